@@ -1,0 +1,53 @@
+# Front door of the project. Every target first installs missing Debian packages, then configures and
+# builds with CMake.
+#
+#   make demo      run the main job on a built-in example
+#   make test      build everything and run the whole test suite
+#   make bench     build in Release and run the benchmarks
+#   make install   install into PREFIX (default /usr/local)
+#
+# Variables: BUILD (build folder), BUILD_TYPE, WERROR=ON (warnings are errors), SANITIZE=ON
+# (AddressSanitizer and UndefinedBehaviorSanitizer), JOBS, PREFIX.
+
+BUILD ?= build
+BUILD_TYPE ?= RelWithDebInfo
+WERROR ?= OFF
+SANITIZE ?= OFF
+JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
+
+CMAKE_FLAGS = -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DKESTREL_WARNINGS_AS_ERRORS=$(WERROR) \
+              -DKESTREL_SANITIZE=$(SANITIZE) -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+
+.PHONY: all deps configure build demo test bench install clean format
+
+all: build
+
+deps:
+	@scripts/install-deps.sh
+
+configure: deps
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
+
+build: configure
+	@cmake --build $(BUILD) --parallel $(JOBS)
+
+demo: configure
+	@cmake --build $(BUILD) --parallel $(JOBS) --target optimization_example
+	@$(BUILD)/examples/optimization/optimization_example
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure --parallel $(JOBS)
+
+bench:
+	@$(MAKE) --no-print-directory configure BUILD=build-release BUILD_TYPE=Release
+	@cmake --build build-release --parallel $(JOBS) --target bench
+
+install: build
+	@cmake --install $(BUILD)
+
+format:
+	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	@rm -rf $(BUILD) $(BUILD).configure.log build-release build-release.configure.log
