@@ -2,9 +2,10 @@
 
 namespace Kestrel {
 
-CombinatorialCrossEntropyOptimization::Parameters::Parameters(double smoothing, double quantile, double sampleFactor,
-                                                              int stallIterations, bool checkBestStall,
-                                                              int maxIterations, PopulationDynamics populationDynamics)
+CombinatorialCrossEntropyOptimization::Parameters::Parameters(double smoothing, double quantile,
+                                                              double sampleFactor, int stallIterations,
+                                                              bool checkBestStall, int maxIterations,
+                                                              PopulationDynamics populationDynamics)
     : smoothing(smoothing),
       quantile(quantile),
       sampleFactor(sampleFactor),

@@ -1,0 +1,152 @@
+#include <Kestrel/CombinatorialCrossEntropyOptimization.h>
+
+#include "CrossEntropySteps.h"
+#include "HamiltonianPathMCGenerator.h"
+#include "ParallelLoop.h"
+
+#include <Kestrel/Tessel/StatisticalCalculator.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace Kestrel {
+
+namespace {
+
+// Fixed so that every iteration, and every run, draws the same stream of random numbers.
+unsigned int const kSeed = 193;
+
+}  // namespace
+
+class CombinatorialCrossEntropyOptimization::Private {
+  public:
+    Private(std::vector<std::vector<double>> const& matrix, Objective const& objective, bool ordered,
+            int pathLength)
+        : probabilities(matrix), objective(&objective), ordered(ordered), pathLength(pathLength) {}
+
+    std::vector<std::vector<double>> probabilities;
+    Objective const* objective;
+    std::vector<std::vector<int>> exclusionLists;
+    std::uint64_t numberOfEvaluations = 0;
+    bool ordered;
+    int pathLength;
+};
+
+CombinatorialCrossEntropyOptimization::CombinatorialCrossEntropyOptimization(
+    std::vector<std::vector<double>> const& matrix, Objective const& objective)
+    : d_(std::make_shared<Private>(matrix, objective, true, static_cast<int>(matrix.size()) - 1)) {}
+
+CombinatorialCrossEntropyOptimization::CombinatorialCrossEntropyOptimization(
+    int pathLength, std::vector<std::vector<double>> const& matrix, Objective const& objective, bool ordered)
+    : d_(std::make_shared<Private>(matrix, objective, ordered, pathLength)) {}
+
+CombinatorialCrossEntropyOptimization::CombinatorialCrossEntropyOptimization(
+    CombinatorialCrossEntropyOptimization const& other) = default;
+CombinatorialCrossEntropyOptimization::CombinatorialCrossEntropyOptimization(
+    CombinatorialCrossEntropyOptimization&& other) noexcept = default;
+CombinatorialCrossEntropyOptimization& CombinatorialCrossEntropyOptimization::operator=(
+    CombinatorialCrossEntropyOptimization const& other) = default;
+CombinatorialCrossEntropyOptimization& CombinatorialCrossEntropyOptimization::operator=(
+    CombinatorialCrossEntropyOptimization&& other) noexcept = default;
+CombinatorialCrossEntropyOptimization::~CombinatorialCrossEntropyOptimization() = default;
+
+void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const* groups) {
+    if (groups == nullptr || groups->empty()) {
+        d_->exclusionLists.clear();
+        return;
+    }
+    d_->exclusionLists = detail::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
+}
+
+std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
+    return d_->numberOfEvaluations;
+}
+
+double CombinatorialCrossEntropyOptimization::optimize(Parameters const& parameters, std::vector<int>& result,
+                                                       Callback* callback, int basePopulation) {
+    double const noResult = std::numeric_limits<double>::infinity();
+    if (parameters.maxIterations < 2) {
+        return noResult;
+    }
+    Private& state = *d_;
+    int const rows = static_cast<int>(state.probabilities.size());
+    Objective const& objective = *state.objective;
+
+    std::vector<double> thresholdHistory;
+    std::vector<double> bestScoreHistory;
+    std::vector<std::vector<int>> bestSelectionHistory;
+    std::vector<std::vector<int>> selections;
+    std::vector<double> scores;
+    detail::EliteTransitionCounts eliteCounts;
+    double lastMinimum = noResult;
+
+    for (int iteration = 1;;) {
+        HamiltonianPathMCGenerator generator(state.probabilities, kSeed);
+        std::int64_t const entropy = detail::entropyCount(state.probabilities);
+        detail::Population const population =
+            detail::populationSize(parameters.sampleFactor, basePopulation,
+                                   parameters.populationDynamics == StaticPopulation, rows, entropy);
+        if (population.size <= 0) {
+            return noResult;
+        }
+        std::size_t const count = static_cast<std::size_t>(population.size);
+
+        if (state.exclusionLists.empty()) {
+            generator.generatePaths(population.size, selections, state.pathLength);
+        } else {
+            generator.generatePathsWithExclusions(population.size, selections, state.pathLength,
+                                                  state.exclusionLists);
+        }
+
+        scores.assign(count, 0.0);
+        bool const sortSelections = !state.ordered;
+        detail::parallelForStatic(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
+            std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
+            if (sortSelections) {
+                std::sort(selection.begin(), selection.end());
+            }
+            scores[static_cast<std::size_t>(index)] = objective(selection);
+        });
+        state.numberOfEvaluations += count;
+
+        Tessel::StatisticalCalculator calculator(population.size);
+        calculator.loadDataSet(scores);
+        double const threshold = calculator.getQuantile(parameters.quantile, 0);
+
+        bool const matrixUndecided = entropy != rows;
+        if (matrixUndecided) {
+            eliteCounts.reset(rows);
+            for (std::size_t i = 0; i < count; ++i) {
+                if (scores[i] <= threshold) {
+                    eliteCounts.addSelection(selections[i]);
+                }
+            }
+            eliteCounts.updateMatrix(state.probabilities, parameters.smoothing);
+            if (callback != nullptr && population.capped) {
+                (*callback)(state.probabilities, parameters.smoothing);
+            }
+        }
+
+        thresholdHistory.push_back(threshold);
+        bool converged = detail::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
+
+        std::size_t const best = detail::firstSmallest(scores);
+        bestSelectionHistory.push_back(selections[best]);
+        bestScoreHistory.push_back(scores[best]);
+        lastMinimum = scores[best];
+        if (parameters.checkBestStall) {
+            converged = converged || detail::stalled(bestScoreHistory, parameters.stallIterations);
+        }
+
+        ++iteration;
+        if (converged || iteration >= parameters.maxIterations) {
+            break;
+        }
+    }
+
+    result = bestSelectionHistory[detail::firstSmallest(bestScoreHistory)];
+    return lastMinimum;
+}
+
+}  // namespace Kestrel

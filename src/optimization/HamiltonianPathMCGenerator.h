@@ -1,0 +1,48 @@
+// Random selections of nodes drawn from a table of transition weights, without replacement.
+//
+// A selection starts at the implicit node 0 and visits each node at most once: every step draws the next
+// node from the weights of the row of the last node written (row 0 for the first step), restricted to the
+// nodes still available, by a cumulative walk over one uniform number. The cross-entropy optimiser builds
+// one generator per iteration from its current matrix with the fixed seed 193, so every iteration draws
+// from the same stream.
+//
+// Guarantees: the population is a deterministic function of seed, weights and sizes, bit for bit, for any
+// number of OpenMP threads. Selection i always uses the uniform draws i * L ... (i + 1) * L - 1 of the
+// engine (L = pathLength, one 32-bit engine output per draw), so the draws are made once, in order, and
+// the selections are then built in parallel.
+//
+// Walk, for one step from row m: total = sum, in index order, of the weights of the available nodes
+// 1 ... (row length - 1); threshold = u * total; then j = 0, 1, ... adds the weight at j to a running sum
+// when j is available and stops at the first j with threshold <= running sum (the row length when it
+// never stops). Node j is written and marked taken. Position 0 has weight 0, so a threshold of 0 (u = 0,
+// or nothing left with positive weight) writes node 0 and the next step uses row 0 again. A node beyond
+// the last row (only reachable with rows longer than the matrix is high, or with NaN or negative weights)
+// has a row holding only the weight 0, so the step after it writes node 0.
+//
+// Copies share the private state (the engine included). One generator must not be used from several
+// threads at once.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+namespace Kestrel {
+
+class HamiltonianPathMCGenerator {
+  public:
+    // Row i of `weights` becomes 0.0 followed by matrix row i; the engine is seeded with `seed`.
+    HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix, unsigned int seed);
+
+    // Replaces `paths` by `numberOfPaths` selections of `pathLength` nodes (none for a count <= 0).
+    void generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength);
+
+    // The same, but choosing node j also marks every node of exclusionLists[j] as taken.
+    void generatePathsWithExclusions(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
+                                     std::vector<std::vector<int>> const& exclusionLists);
+
+  private:
+    class Private;
+    std::shared_ptr<Private> d_;
+};
+
+}  // namespace Kestrel

@@ -1,0 +1,140 @@
+// The library's optimiser and generator against their plain transcription, bit for bit, on seeded random
+// matrices, objectives, pre-groups and parameters, with 1 and 2 threads.
+#include "HamiltonianPathMCGenerator.h"
+#include "LiteralCrossEntropy.h"
+#include "TestProblems.h"
+
+#include <Kestrel/CombinatorialCrossEntropyOptimization.h>
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <random>
+
+namespace {
+
+using Kestrel::CombinatorialCrossEntropyOptimization;
+using OptimizationTests::sameBits;
+
+class ThreadCount : public ::testing::TestWithParam<int> {
+  protected:
+    void SetUp() override { omp_set_num_threads(GetParam()); }
+    void TearDown() override { omp_set_num_threads(1); }
+};
+
+TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
+    std::mt19937 random(11);
+    for (int trial = 0; trial < 300; ++trial) {
+        int const rows = 1 + static_cast<int>(random() % 12);
+        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 4 == 0 ? 0.6 : 0.15);
+        int const paths = static_cast<int>(random() % 40);
+        int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 2));
+        unsigned int const seed = trial % 2 == 0 ? 193u : static_cast<unsigned>(random());
+        bool const grouped = trial % 3 == 0 && rows > 1;
+        auto const lists = grouped ? LiteralCrossEntropy::exclusionLists(
+                                         OptimizationTests::randomGroups(random, rows - 1), rows)
+                                   : std::vector<std::vector<int>>{};
+
+        LiteralCrossEntropy::Generator literal(matrix, seed);
+        Kestrel::HamiltonianPathMCGenerator generator(matrix, seed);
+        // Two populations from the same generator: the engine goes on where the first one stopped.
+        for (int round = 0; round < 2; ++round) {
+            std::vector<std::vector<int>> expected;
+            std::vector<std::vector<int>> actual(3, std::vector<int>{7, 7});
+            literal.generate(paths, expected, pathLength, grouped ? &lists : nullptr);
+            if (grouped) {
+                generator.generatePathsWithExclusions(paths, actual, pathLength, lists);
+            } else {
+                generator.generatePaths(paths, actual, pathLength);
+            }
+            ASSERT_EQ(expected, actual) << "trial " << trial << " round " << round;
+        }
+    }
+}
+
+TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
+    std::mt19937 random(5);
+    for (int trial = 0; trial < 150; ++trial) {
+        int const rows = 1 + static_cast<int>(random() % 9);
+        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1);
+        int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 1));
+        bool const ordered = random() % 2 == 0;
+        auto const objectiveTable = OptimizationTests::randomObjective(random, rows, pathLength);
+        CombinatorialCrossEntropyOptimization::Objective const objective = objectiveTable;
+        std::vector<int> const groups =
+            trial % 3 == 0 ? OptimizationTests::randomGroups(random, rows - 1) : std::vector<int>{};
+
+        std::uniform_real_distribution<double> unit(0.0, 1.0);
+        double const smoothing = trial % 2 == 0 ? 0.8 : unit(random);
+        double const quantile = trial % 2 == 0 ? 0.05 : unit(random);
+        double const sampleFactor = 0.5 + 4.5 * unit(random);
+        int const stallIterations = static_cast<int>(random() % 5);
+        bool const checkBestStall = random() % 2 == 0;
+        int const maxIterations = static_cast<int>(random() % 14);
+        int const dynamics = static_cast<int>(random() % 2);
+        int const basePopulation = random() % 2 == 0 ? 0 : 1 + static_cast<int>(random() % 15);
+        bool const withCallback = random() % 2 == 0;
+
+        // Both callbacks record the matrix they receive and change it the same way.
+        std::vector<std::vector<std::vector<double>>> literalSeen;
+        LiteralCrossEntropy::Callback literalCallback = [&](std::vector<std::vector<double>>& m, double a) {
+            literalSeen.push_back(m);
+            m[0][0] = m[0][0] * a + 0.01;
+        };
+        LiteralCrossEntropy::State state;
+        state.probabilities = matrix;
+        state.objective = &objective;
+        state.ordered = ordered;
+        state.pathLength = pathLength;
+        if (!groups.empty()) {
+            state.exclusionLists = LiteralCrossEntropy::exclusionLists(groups, rows);
+        }
+        LiteralCrossEntropy::Parameters const literalParameters{
+            smoothing, quantile, sampleFactor, stallIterations, checkBestStall, maxIterations, dynamics};
+        std::vector<int> expected{42};
+        double const expectedValue = LiteralCrossEntropy::optimize(
+            state, literalParameters, expected, withCallback ? &literalCallback : nullptr, basePopulation);
+
+        std::vector<std::vector<std::vector<double>>> seen;
+        CombinatorialCrossEntropyOptimization::Callback callback = [&](std::vector<std::vector<double>>& m,
+                                                                       double a) {
+            seen.push_back(m);
+            m[0][0] = m[0][0] * a + 0.01;
+        };
+        CombinatorialCrossEntropyOptimization optimiser(pathLength, matrix, objective, ordered);
+        optimiser.setPreGroups(&groups);
+        CombinatorialCrossEntropyOptimization::Parameters const parameters{
+            smoothing,
+            quantile,
+            sampleFactor,
+            stallIterations,
+            checkBestStall,
+            maxIterations,
+            static_cast<CombinatorialCrossEntropyOptimization::PopulationDynamics>(dynamics)};
+        std::vector<int> actual{42};
+        double const actualValue =
+            optimiser.optimize(parameters, actual, withCallback ? &callback : nullptr, basePopulation);
+
+        ASSERT_TRUE(sameBits(expectedValue, actualValue)) << "trial " << trial;
+        ASSERT_EQ(expected, actual) << "trial " << trial;
+        ASSERT_EQ(state.numberOfEvaluations, optimiser.getNumberOfEvaluations()) << "trial " << trial;
+        ASSERT_EQ(literalSeen.size(), seen.size()) << "trial " << trial;
+        for (std::size_t call = 0; call < seen.size(); ++call) {
+            ASSERT_TRUE(sameBits(literalSeen[call], seen[call])) << "trial " << trial << " call " << call;
+        }
+
+        // The learnt matrix is kept: a second run starts from it in both.
+        std::vector<int> expectedAgain{42};
+        std::vector<int> actualAgain{42};
+        double const expectedAgainValue =
+            LiteralCrossEntropy::optimize(state, literalParameters, expectedAgain, nullptr, basePopulation);
+        double const actualAgainValue = optimiser.optimize(parameters, actualAgain, nullptr, basePopulation);
+        ASSERT_TRUE(sameBits(expectedAgainValue, actualAgainValue)) << "trial " << trial;
+        ASSERT_EQ(expectedAgain, actualAgain) << "trial " << trial;
+        ASSERT_EQ(state.numberOfEvaluations, optimiser.getNumberOfEvaluations()) << "trial " << trial;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OneAndTwoThreads, ThreadCount, ::testing::Values(1, 2));
+
+}  // namespace
