@@ -1,0 +1,184 @@
+// Entry point of the assignment solver: input checks, the column-major copy, and the set-up and final
+// stages of the Munkres steps.
+#include <Kestrel/HungarianAlgorithm.h>
+
+#include "MatrixCheck.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstddef>
+#include <iostream>
+#include <memory>
+
+namespace {
+
+using Kestrel::assignment::elementIndex;
+
+// Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
+// the lowest uncovered column holding a zero; the starred columns end up covered.
+void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumns, int nOfRows,
+                       int nOfColumns) {
+    std::unique_ptr<double[]> rowMinimum(new double[static_cast<std::size_t>(nOfRows)]);
+    for (int row = 0; row < nOfRows; ++row)
+        rowMinimum[row] = distMatrix[row];
+    for (int col = 1; col < nOfColumns; ++col) {
+        double const* column = distMatrix + elementIndex(0, col, nOfRows);
+        for (int row = 0; row < nOfRows; ++row)
+            if (column[row] < rowMinimum[row])
+                rowMinimum[row] = column[row];
+    }
+    for (int col = 0; col < nOfColumns; ++col) {
+        double* column = distMatrix + elementIndex(0, col, nOfRows);
+        for (int row = 0; row < nOfRows; ++row)
+            column[row] -= rowMinimum[row];
+    }
+    for (int row = 0; row < nOfRows; ++row)
+        for (int col = 0; col < nOfColumns; ++col) {
+            std::size_t const index = elementIndex(row, col, nOfRows);
+            if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredColumns[col]) {
+                starMatrix[index] = true;
+                coveredColumns[col] = true;
+                break;
+            }
+        }
+}
+
+// Column reduction and first stars for a matrix taller than wide: one star per column at most, in the
+// lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again.
+void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumns, bool* coveredRows,
+                          int nOfRows, int nOfColumns) {
+    for (int col = 0; col < nOfColumns; ++col) {
+        double* column = distMatrix + elementIndex(0, col, nOfRows);
+        double minValue = column[0];
+        for (int row = 1; row < nOfRows; ++row)
+            if (column[row] < minValue)
+                minValue = column[row];
+        for (int row = 0; row < nOfRows; ++row)
+            column[row] -= minValue;
+    }
+    for (int col = 0; col < nOfColumns; ++col)
+        for (int row = 0; row < nOfRows; ++row) {
+            std::size_t const index = elementIndex(row, col, nOfRows);
+            if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredRows[row]) {
+                starMatrix[index] = true;
+                coveredColumns[col] = true;
+                coveredRows[row] = true;
+                break;
+            }
+        }
+    for (int row = 0; row < nOfRows; ++row)
+        coveredRows[row] = false;
+}
+
+}  // namespace
+
+double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, std::vector<int>& Assignment) {
+    Assignment.clear();
+    if (DistMatrix.empty())
+        return 0.0;
+    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(DistMatrix);
+    int const nOfRows = shape.rows;
+    int const nOfColumns = shape.columns;
+
+    std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
+    for (int row = 0; row < nOfRows; ++row) {
+        double const* values = DistMatrix[row].data();
+        for (int col = 0; col < nOfColumns; ++col)
+            distMatrixIn[elementIndex(row, col, nOfRows)] = values[col];
+    }
+
+    std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
+    double cost = 0.0;
+    assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
+
+    Assignment.assign(assignment.get(), assignment.get() + nOfRows);
+    return cost;
+}
+
+void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double* distMatrixIn, int nOfRows,
+                                           int nOfColumns) {
+    *cost = 0.0;
+    for (int row = 0; row < nOfRows; ++row)
+        assignment[row] = -1;
+
+    std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
+    std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
+    for (std::size_t index = 0; index < nOfElements; ++index) {
+        double const value = distMatrixIn[index];
+        if (value < 0.0)
+            std::cerr << "All matrix elements have to be non-negative." << std::endl;
+        distMatrix[index] = value;
+    }
+
+    // One zeroed block for the cover vectors and the star, prime and new-star matrices.
+    std::size_t const nOfFlags =
+        static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows) + 3 * nOfElements;
+    std::unique_ptr<bool[]> flags(new bool[nOfFlags]());
+    bool* coveredColumns = flags.get();
+    bool* coveredRows = coveredColumns + nOfColumns;
+    bool* starMatrix = coveredRows + nOfRows;
+    bool* primeMatrix = starMatrix + nOfElements;
+    bool* newStarMatrix = primeMatrix + nOfElements;
+
+    int minDim;
+    if (nOfRows <= nOfColumns) {
+        minDim = nOfRows;
+        reduceRowsAndStar(distMatrix.get(), starMatrix, coveredColumns, nOfRows, nOfColumns);
+    } else {
+        minDim = nOfColumns;
+        reduceColumnsAndStar(distMatrix.get(), starMatrix, coveredColumns, coveredRows, nOfRows, nOfColumns);
+    }
+
+    // The steps hand over to each other by returning the next one; this loop keeps the stack flat however
+    // many iterations the matrix needs.
+    int primeRow = -1;
+    int primeCol = -1;
+    NextStep next = NextStep::Step2b;
+    while (next != NextStep::Done) {
+        switch (next) {
+            case NextStep::Step2a:
+                next = step2a(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
+                              coveredColumns, coveredRows, nOfRows, nOfColumns, minDim);
+                break;
+            case NextStep::Step2b:
+                next = step2b(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
+                              coveredColumns, coveredRows, nOfRows, nOfColumns, minDim);
+                break;
+            case NextStep::Step3:
+                next = step3(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
+                             coveredColumns, coveredRows, nOfRows, nOfColumns, minDim, &primeRow, &primeCol);
+                break;
+            case NextStep::Step4:
+                next = step4(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
+                             coveredColumns, coveredRows, nOfRows, nOfColumns, minDim, primeRow, primeCol);
+                break;
+            case NextStep::Step5:
+                next = step5(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
+                             coveredColumns, coveredRows, nOfRows, nOfColumns, minDim);
+                break;
+            case NextStep::Done:
+                break;
+        }
+    }
+
+    computeassignmentcost(assignment, cost, distMatrixIn, nOfRows);
+}
+
+void HungarianAlgorithm::buildassignmentvector(int* assignment, bool* starMatrix, int nOfRows,
+                                               int nOfColumns) {
+    for (int row = 0; row < nOfRows; ++row)
+        for (int col = 0; col < nOfColumns; ++col)
+            if (starMatrix[elementIndex(row, col, nOfRows)]) {
+                assignment[row] = col;
+                break;
+            }
+}
+
+void HungarianAlgorithm::computeassignmentcost(int* assignment, double* cost, double* distMatrix,
+                                               int nOfRows) {
+    for (int row = 0; row < nOfRows; ++row) {
+        int const col = assignment[row];
+        if (col >= 0)
+            *cost += distMatrix[elementIndex(row, col, nOfRows)];
+    }
+}

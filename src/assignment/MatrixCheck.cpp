@@ -1,0 +1,32 @@
+// Validation of the caller's cost matrix before anything is copied or written.
+#include "MatrixCheck.h"
+
+#include <climits>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+namespace Kestrel::assignment {
+
+MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix) {
+    std::size_t const nOfColumns = matrix.front().size();
+    if (matrix.size() > static_cast<std::size_t>(INT_MAX) || nOfColumns > static_cast<std::size_t>(INT_MAX))
+        throw std::invalid_argument("HungarianAlgorithm::Solve: the cost matrix has more than " +
+                                    std::to_string(INT_MAX) + " rows or columns");
+    for (std::size_t row = 0; row < matrix.size(); ++row) {
+        std::vector<double> const& values = matrix[row];
+        if (values.size() != nOfColumns)
+            throw std::invalid_argument("HungarianAlgorithm::Solve: row " + std::to_string(row) + " has " +
+                                        std::to_string(values.size()) + " elements, but row 0 has " +
+                                        std::to_string(nOfColumns));
+        for (std::size_t col = 0; col < nOfColumns; ++col)
+            if (!std::isfinite(values[col]))
+                throw std::invalid_argument("HungarianAlgorithm::Solve: element (row " + std::to_string(row) +
+                                            ", column " + std::to_string(col) + ") is " +
+                                            (std::isnan(values[col]) ? "NaN" : "infinite") +
+                                            "; every element must be finite");
+    }
+    return MatrixShape{static_cast<int>(matrix.size()), static_cast<int>(nOfColumns)};
+}
+
+}  // namespace Kestrel::assignment
