@@ -1,0 +1,140 @@
+// Latin-hypercube population over discrete factors.
+//
+// The candidate chosen for point i and entry k of the order is the one at position j of that entry's list
+// of unused candidates (kept ascending), with j from the (i * K + k)-th output of the seeded engine. So the
+// draws depend on nothing but i and r = N - i: they are made first, in their fixed order; then each entry's
+// positions are turned into candidate indices with an order-statistic set (O(log N) per removal instead
+// of erasing from the middle of a list), the entries in parallel; then the points are assembled in
+// parallel. Every step writes only its own slots, so the result does not depend on the thread count.
+#include <Kestrel/PopulationSampling.h>
+
+#include <omp.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+#include "ParallelExceptions.h"
+#include "RemainingIndices.h"
+#include "UniformDraws.h"
+
+namespace Kestrel {
+
+class CartesianProductSampler::Private {
+  public:
+    Private(std::vector<std::shared_ptr<Candidates>> const& factors, std::vector<int> const& order);
+
+    std::shared_ptr<Population> population;
+};
+
+namespace {
+
+constexpr std::mt19937::result_type kSeed = 377;  // fixed so every construction draws the same stream
+
+using Candidates = CartesianProductSampler::Candidates;
+
+Candidates const& namedFactor(std::vector<std::shared_ptr<Candidates>> const& factors, int index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= factors.size()) {
+        throw std::out_of_range("invalid vector subscript");
+    }
+    if (!factors[static_cast<std::size_t>(index)]) {
+        throw std::invalid_argument("CartesianProductSampler: factor " + std::to_string(index) + " is null");
+    }
+    return *factors[static_cast<std::size_t>(index)];
+}
+
+// positions[k][i]: the list position drawn for point i and order entry k, in the engine's draw order.
+std::vector<std::vector<std::size_t>> drawPositions(std::size_t pointCount, std::size_t entryCount) {
+    std::vector<std::vector<std::size_t>> positions(entryCount, std::vector<std::size_t>(pointCount));
+    std::mt19937 engine(kSeed);
+    for (std::size_t i = 0; i < pointCount; ++i) {
+        std::size_t const r = pointCount - i;
+        for (std::size_t k = 0; k < entryCount; ++k) {
+            positions[k][i] = sampling::positionFromDraw(sampling::drawUnitFromMersenneTwister(engine), r);
+        }
+    }
+    return positions;
+}
+
+// Replaces each entry's positions by the candidate indices they pick.
+void choosePositions(std::vector<std::vector<std::size_t>>& positions, std::size_t pointCount) {
+    std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
+    sampling::ParallelExceptions errors;
+#pragma omp parallel for schedule(static)
+    for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
+        try {
+            sampling::RemainingIndices remaining(pointCount);
+            for (std::size_t& position : positions[static_cast<std::size_t>(k)]) {
+                position = remaining.takeAt(position);
+            }
+        } catch (...) {
+            errors.capture(k);
+        }
+    }
+    errors.rethrowFirst();
+}
+
+}  // namespace
+
+CartesianProductSampler::Private::Private(std::vector<std::shared_ptr<Candidates>> const& factors,
+                                          std::vector<int> const& order) {
+    if (order.empty()) {
+        // The population size would be -1 taken as an unsigned count.
+        throw std::length_error("deque<T> too long");
+    }
+    std::size_t const pointCount = namedFactor(factors, order.front()).size();
+    std::vector<Candidates const*> named;
+    std::size_t pointLength = 0;
+    for (int const index : order) {
+        Candidates const& factor = namedFactor(factors, index);
+        if (factor.size() < pointCount) {
+            throw std::out_of_range("invalid vector subscript");
+        }
+        named.push_back(&factor);
+        pointLength += factor.empty() ? 0 : factor.front().size();
+    }
+    if (pointLength > std::vector<double>().max_size()) {
+        throw std::length_error("vector too long");
+    }
+
+    std::vector<std::vector<std::size_t>> chosen = drawPositions(pointCount, order.size());
+    choosePositions(chosen, pointCount);
+
+    population = std::make_shared<Population>(pointCount);
+    Population& points = *population;
+    std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(pointCount);
+    sampling::ParallelExceptions errors;
+#pragma omp parallel for schedule(static)
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        try {
+            std::vector<double>& point = points[static_cast<std::size_t>(i)];
+            point.reserve(pointLength);
+            for (std::size_t k = 0; k < named.size(); ++k) {
+                std::vector<double> const& candidate = (*named[k])[chosen[k][static_cast<std::size_t>(i)]];
+                point.insert(point.end(), candidate.begin(), candidate.end());
+            }
+        } catch (...) {
+            errors.capture(i);
+        }
+    }
+    errors.rethrowFirst();
+}
+
+CartesianProductSampler::CartesianProductSampler(std::vector<std::shared_ptr<Candidates>> const& factors,
+                                                 std::vector<int> const& order)
+    : d_(std::make_shared<Private>(factors, order)) {}
+
+CartesianProductSampler::CartesianProductSampler(CartesianProductSampler const& other) = default;
+CartesianProductSampler::CartesianProductSampler(CartesianProductSampler&& other) noexcept = default;
+CartesianProductSampler& CartesianProductSampler::operator=(CartesianProductSampler const& other) = default;
+CartesianProductSampler& CartesianProductSampler::operator=(CartesianProductSampler&& other) noexcept =
+    default;
+CartesianProductSampler::~CartesianProductSampler() = default;
+
+std::shared_ptr<CartesianProductSampler::Population const> CartesianProductSampler::getPopulation() const {
+    return d_ ? d_->population : nullptr;
+}
+
+}  // namespace Kestrel

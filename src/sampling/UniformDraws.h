@@ -1,0 +1,44 @@
+// The two uniform draws of the samplers, each made from exactly one engine output so that the stream of
+// engine outputs, and with it every result, is fixed by the seed.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <random>
+
+namespace Kestrel {
+namespace sampling {
+
+// A draw on [0, 1) from one 32-bit Mersenne Twister output: u = x * 2^-32 * (1 - 0) + 0. The product is
+// exact and always below 1, so no output is ever discarded.
+inline double drawUnitFromMersenneTwister(std::mt19937& engine) {
+    double const u = static_cast<double>(engine()) * 0x1p-32 * (1.0 - 0.0) + 0.0;
+    return u;
+}
+
+// A draw on [0, 1) from the minimal-standard engine: each output is the new state x (x * 48271 mod
+// 2^31 - 1); u = (x - 1) / 2147483646 * (1 - 0) + 0, drawn again while it is not below 1.
+inline double drawUnitFromMinimalStandard(std::minstd_rand& engine) {
+    for (;;) {
+        double const u = static_cast<double>(engine() - 1) / 2147483646.0 * (1.0 - 0.0) + 0.0;
+        if (u < 1.0) {
+            return u;
+        }
+    }
+}
+
+// The position j in a list of r entries picked by the draw u: floor(u / (1 / r)), computed as a division
+// by the reciprocal, then clamped to 0 ... r - 1.
+inline std::size_t positionFromDraw(double u, std::size_t r) {
+    double const j = std::floor(u / (1.0 / static_cast<double>(r)));
+    if (j >= static_cast<double>(r)) {
+        return r - 1;
+    }
+    if (j < 0.0) {
+        return 0;
+    }
+    return static_cast<std::size_t>(j);
+}
+
+}  // namespace sampling
+}  // namespace Kestrel
