@@ -1,8 +1,9 @@
-// Entry point of the assignment solver: input checks, the column-major copy, and the set-up and final
-// stages of the Munkres steps.
+// Entry point of the assignment solver: input checks, the column-major copy, the choice between the proven
+// unique optimum and the Munkres steps, and the set-up and final stages of those steps.
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "MatrixCheck.h"
+#include "UniqueOptimumSolver.h"
 
 #include <cfloat>
 #include <cmath>
@@ -73,6 +74,11 @@ void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* coveredCol
 }  // namespace
 
 double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, std::vector<int>& Assignment) {
+    return solve(DistMatrix, Assignment, true);
+}
+
+double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMatrix,
+                                 std::vector<int>& Assignment, bool allowUniqueOptimumRoute) {
     Assignment.clear();
     if (DistMatrix.empty())
         return 0.0;
@@ -89,7 +95,12 @@ double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, s
 
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
-    assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
+    if (allowUniqueOptimumRoute &&
+        Kestrel::assignment::findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+            Kestrel::assignment::UniqueOptimumOutcome::Proved)
+        computeassignmentcost(assignment.get(), &cost, distMatrixIn.get(), nOfRows);
+    else
+        assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
 
     Assignment.assign(assignment.get(), assignment.get() + nOfRows);
     return cost;

@@ -1,8 +1,11 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "HungarianAlgorithmInternals.h"
 #include "StatedStepsTwin.h"
 
 #include <gtest/gtest.h>
+
+#include <pthread.h>
 
 #include <algorithm>
 #include <cmath>
@@ -308,6 +311,46 @@ TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheStatedSteps) {
             expectedText += "All matrix elements have to be non-negative.\n";
         ASSERT_EQ(text, expectedText);
     }
+}
+
+// Runs `body` on a thread whose stack is `stackBytes` large and waits for it.
+template <class Body>
+void runOnThreadWithStack(std::size_t stackBytes, Body& body) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackBytes), 0);
+    pthread_t thread;
+    auto entry = [](void* argument) -> void* {
+        (*static_cast<Body*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, entry, &body), 0);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    pthread_attr_destroy(&attributes);
+}
+
+// cost(i, j) = (i + 1)(j + 1) makes the steps adjust the matrix n(n - 1)/2 times. A solver whose steps
+// called each other would need a stack frame per step; this one runs them on a 256 KiB stack.
+TEST(HungarianAlgorithm, ThousandsOfIterationsRunOnA256KiBStack) {
+    int const n = 100;
+    Matrix matrix(n, std::vector<double>(n));
+    for (int row = 0; row < n; ++row)
+        for (int col = 0; col < n; ++col)
+            matrix[row][col] = (row + 1.0) * (col + 1.0);
+    twin::Result const expected = twin::solveByStatedSteps(matrix);
+    ASSERT_GE(expected.matrixAdjustments, n * (n - 1) / 2);
+
+    Solution steps{{}, 0.0};
+    Solution solved{{}, 0.0};
+    auto body = [&] {
+        steps.cost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, steps.assignment);
+        solved.cost = HungarianAlgorithm().Solve(matrix, solved.assignment);
+    };
+    runOnThreadWithStack(256 * 1024, body);
+    EXPECT_EQ(steps.assignment, expected.assignment);
+    EXPECT_EQ(steps.cost, expected.cost);
+    EXPECT_EQ(solved.assignment, expected.assignment);
+    EXPECT_EQ(solved.cost, 171700.0);  // the reversed pairing: sum of k (n + 1 - k)
 }
 
 }  // namespace

@@ -1,0 +1,265 @@
+#include <Kestrel/HungarianAlgorithm.h>
+
+#include "HungarianAlgorithmInternals.h"
+#include "MatrixCheck.h"
+#include "ShortestAugmentingPath.h"
+#include "UniqueOptimumSolver.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace {
+
+using Kestrel::assignment::UniqueOptimumOutcome;
+using Matrix = std::vector<std::vector<double>>;
+
+UniqueOptimumOutcome outcomeFor(Matrix const& matrix, std::vector<int>& assignment) {
+    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
+    std::vector<double> columnMajor(matrix.size() * matrix.front().size());
+    for (std::size_t row = 0; row < matrix.size(); ++row)
+        for (std::size_t col = 0; col < matrix.front().size(); ++col)
+            columnMajor[row + matrix.size() * col] = matrix[row][col];
+    assignment.assign(matrix.size(), -2);
+    return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data());
+}
+
+// Costs of every way of assigning min(rows, columns) pairs, sorted ascending, with the optimal assignment.
+struct Enumeration {
+    std::vector<double> costs;
+    std::vector<int> best;
+};
+
+Enumeration enumerate(Matrix const& matrix) {
+    int const nRows = static_cast<int>(matrix.size());
+    int const nCols = static_cast<int>(matrix.front().size());
+    bool const wide = nRows <= nCols;
+    int const shortSide = wide ? nRows : nCols;
+    int const longSide = wide ? nCols : nRows;
+    std::vector<int> order(longSide);
+    std::iota(order.begin(), order.end(), 0);
+    Enumeration result;
+    double bestCost = 0.0;
+    do {
+        // Permutations that differ only beyond the short side give the same assignment: count it once.
+        if (!std::is_sorted(order.begin() + shortSide, order.end()))
+            continue;
+        double total = 0.0;
+        for (int k = 0; k < shortSide; ++k)
+            total += wide ? matrix[k][order[k]] : matrix[order[k]][k];
+        if (result.costs.empty() || total < bestCost) {
+            bestCost = total;
+            result.best.assign(nRows, -1);
+            for (int k = 0; k < shortSide; ++k)
+                result.best[wide ? k : order[k]] = wide ? order[k] : k;
+        }
+        result.costs.push_back(total);
+    } while (std::next_permutation(order.begin(), order.end()));
+    std::sort(result.costs.begin(), result.costs.end());
+    return result;
+}
+
+bool sameBits(double a, double b) {
+    return std::memcmp(&a, &b, sizeof(double)) == 0;
+}
+
+Matrix uniformMatrix(std::mt19937& engine, int nRows, int nCols) {
+    std::uniform_real_distribution<double> value(0.0, 1.0);
+    Matrix matrix(nRows, std::vector<double>(nCols));
+    for (auto& row : matrix)
+        for (double& element : row)
+            element = value(engine);
+    return matrix;
+}
+
+TEST(UniqueOptimumSolver, ShortestAugmentingPathsFindTheOptimumWithFeasibleDuals) {
+    std::mt19937 engine(11);
+    for (int trial = 0; trial < 500; ++trial) {
+        int const nRows = 1 + static_cast<int>(engine() % 6);
+        int const nCols = nRows + static_cast<int>(engine() % 3);
+        Matrix const matrix = uniformMatrix(engine, nRows, nCols);
+        std::vector<double const*> rows;
+        for (auto const& row : matrix)
+            rows.push_back(row.data());
+        Kestrel::assignment::DualSolution const solution =
+            Kestrel::assignment::solveByShortestAugmentingPaths(rows.data(), nRows, nCols);
+        double cost = 0.0;
+        std::vector<bool> used(nCols, false);
+        for (int row = 0; row < nRows; ++row) {
+            int const col = solution.columnOfRow[row];
+            ASSERT_GE(col, 0);
+            ASSERT_FALSE(used[col]);
+            used[col] = true;
+            cost += matrix[row][col];
+            EXPECT_NEAR(matrix[row][col] - solution.rowDual[row] - solution.columnDual[col], 0.0, 1e-12);
+            for (int other = 0; other < nCols; ++other)
+                EXPECT_GE(matrix[row][other] - solution.rowDual[row] - solution.columnDual[other], -1e-12);
+        }
+        for (int col = 0; col < nCols; ++col) {
+            EXPECT_LE(solution.columnDual[col], 0.0);
+            if (!used[col]) {
+                EXPECT_EQ(solution.columnDual[col], 0.0);
+            }
+        }
+        EXPECT_NEAR(cost, enumerate(matrix).costs.front(), 1e-12) << "trial " << trial;
+    }
+}
+
+// The central property: wherever the fast route applies, Solve returns bit for bit what the Munkres
+// steps return; and on tie-free random matrices it applies almost always.
+TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnRandomMatrices) {
+    std::mt19937 engine(20261121);
+    int proved = 0;
+    int const trials = 400;
+    for (int trial = 0; trial < trials; ++trial) {
+        int const nRows = 1 + static_cast<int>(engine() % 40);
+        int const nCols = trial % 3 == 0 ? nRows : 1 + static_cast<int>(engine() % 40);
+        Matrix matrix = uniformMatrix(engine, nRows, nCols);
+        if (trial % 4 == 1)  // wide range of magnitudes
+            for (auto& row : matrix)
+                for (double& element : row)
+                    element = std::ldexp(element, static_cast<int>(engine() % 60) - 30);
+        std::vector<int> fastAssignment;
+        UniqueOptimumOutcome const outcome = outcomeFor(matrix, fastAssignment);
+        if (outcome == UniqueOptimumOutcome::Proved && trial % 4 != 1)
+            ++proved;
+        std::vector<int> assignment;
+        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+        std::vector<int> stepsAssignment;
+        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
+        ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
+        if (outcome == UniqueOptimumOutcome::Proved) {
+            ASSERT_EQ(fastAssignment, stepsAssignment) << "trial " << trial;
+        }
+    }
+    EXPECT_GE(proved, trials * 3 / 4 * 95 / 100)
+        << "of " << trials * 3 / 4 << " matrices of values in [0, 1)";
+}
+
+TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnLargerMatrices) {
+    std::mt19937 engine(3);
+    int const shapes[][2] = {{150, 150}, {100, 220}, {220, 100}, {200, 200}};
+    for (auto const& shape : shapes) {
+        Matrix matrix = uniformMatrix(engine, shape[0], shape[1]);
+        std::vector<int> fastAssignment;
+        ASSERT_EQ(outcomeFor(matrix, fastAssignment), UniqueOptimumOutcome::Proved);
+        std::vector<int> assignment;
+        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+        std::vector<int> stepsAssignment;
+        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        EXPECT_EQ(fastAssignment, stepsAssignment);
+        EXPECT_EQ(assignment, stepsAssignment);
+        EXPECT_TRUE(sameBits(cost, stepsCost));
+    }
+}
+
+// Small matrices of few distinct values are full of ties: whenever the optimum is proved unique,
+// enumeration agrees that it is unique and that it is this assignment.
+TEST(UniqueOptimumSolver, OnlyUniqueOptimaAreProved) {
+    std::mt19937 engine(99);
+    int proved = 0;
+    for (int trial = 0; trial < 4000; ++trial) {
+        int const nRows = 1 + static_cast<int>(engine() % 5);
+        int const nCols = 1 + static_cast<int>(engine() % 5);
+        int const levels = 2 + trial % 6;
+        Matrix matrix(nRows, std::vector<double>(nCols));
+        for (auto& row : matrix)
+            for (double& element : row)
+                element = static_cast<double>(engine() % levels) * 0.125;
+        std::vector<int> fastAssignment;
+        UniqueOptimumOutcome const outcome = outcomeFor(matrix, fastAssignment);
+        Enumeration const all = enumerate(matrix);
+        bool const unique = all.costs.size() == 1 || all.costs[0] < all.costs[1];
+        if (outcome == UniqueOptimumOutcome::Proved) {
+            ++proved;
+            ASSERT_TRUE(unique) << "trial " << trial;
+            ASSERT_EQ(fastAssignment, all.best) << "trial " << trial;
+        } else {
+            ASSERT_EQ(fastAssignment, std::vector<int>(nRows, -2)) << "assignment written without proof";
+        }
+    }
+    EXPECT_GT(proved, 500);
+}
+
+TEST(UniqueOptimumSolver, NearTieIsLeftToTheStatedSteps) {
+    // The two assignments differ by about 2e-15, less than the steps' rounding could blur.
+    Matrix const matrix = {{0.3, 0.6}, {0.6, 0.9 + 2e-15}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
+}
+
+TEST(UniqueOptimumSolver, IdenticalRowsAreLeftToTheStatedSteps) {
+    std::mt19937 engine(8);
+    Matrix matrix = uniformMatrix(engine, 30, 30);
+    matrix[17] = matrix[4];
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
+}
+
+TEST(UniqueOptimumSolver, ChoiceBetweenAUsedAndAnEqualUnusedColumnIsLeftToTheStatedSteps) {
+    // Columns 2 and 6 are equal and cheap, so the optimum uses one of them or both; either way another
+    // assignment of equal cost exists (swap them, or move to the unused twin).
+    std::mt19937 engine(21);
+    for (int nRows : {1, 3, 5}) {
+        Matrix matrix = uniformMatrix(engine, nRows, 8);
+        for (auto& row : matrix)
+            row[6] = row[2] = row[2] * 1e-3;
+        std::vector<int> assignment;
+        EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound) << nRows;
+        Matrix transposed(8, std::vector<double>(nRows));
+        for (int row = 0; row < nRows; ++row)
+            for (int col = 0; col < 8; ++col)
+                transposed[col][row] = matrix[row][col];
+        EXPECT_EQ(outcomeFor(transposed, assignment), UniqueOptimumOutcome::NearTieFound) << nRows;
+    }
+}
+
+TEST(UniqueOptimumSolver, RowThatCouldMoveToAFreeColumnAtEqualCostIsLeftToTheStatedSteps) {
+    // Row 0 takes column 0 (cost 0.1); column 2 is free and costs row 0 the same 0.1.
+    Matrix const matrix = {{0.1, 0.7, 0.1}, {0.8, 0.2, 0.9}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
+}
+
+TEST(UniqueOptimumSolver, NegativeElementsAreLeftToTheStatedSteps) {
+    Matrix const matrix = {{0.5, -0.25}, {0.75, 0.125}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
+}
+
+TEST(UniqueOptimumSolver, HugeElementsAreLeftToTheStatedSteps) {
+    Matrix const matrix = {{1e301, 1.0}, {1.0, 2.0}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
+}
+
+TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheStatedStepsAndMatchThem) {
+    std::mt19937 engine(4);
+    int steps = 0;
+    for (int trial = 0; trial < 20; ++trial) {
+        int const nRows = 20 + static_cast<int>(engine() % 30);
+        int const nCols = 20 + static_cast<int>(engine() % 30);
+        Matrix matrix(nRows, std::vector<double>(nCols));
+        for (auto& row : matrix)
+            for (double& element : row)
+                element = static_cast<double>(engine() % 10);
+        std::vector<int> fastAssignment;
+        if (outcomeFor(matrix, fastAssignment) != UniqueOptimumOutcome::Proved)
+            ++steps;
+        std::vector<int> assignment;
+        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+        std::vector<int> stepsAssignment;
+        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
+        ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
+    }
+    EXPECT_GE(steps, 18);
+}
+
+}  // namespace
