@@ -7,7 +7,9 @@
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace Kestrel {
@@ -16,6 +18,14 @@ namespace {
 
 // Fixed so that every iteration, and every run, draws the same stream of random numbers.
 unsigned int const kSeed = 193;
+
+// Only 0 against any other value is tested. The stored value is read as its underlying integer so that a
+// value outside the enumerators (which a caller can store) is read without undefined behaviour.
+bool isStaticPopulation(CombinatorialCrossEntropyOptimization::PopulationDynamics const& dynamics) {
+    std::underlying_type_t<CombinatorialCrossEntropyOptimization::PopulationDynamics> raw;
+    std::memcpy(&raw, &dynamics, sizeof raw);
+    return raw == 0;
+}
 
 }  // namespace
 
@@ -86,7 +96,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         std::int64_t const entropy = detail::entropyCount(state.probabilities);
         detail::Population const population =
             detail::populationSize(parameters.sampleFactor, basePopulation,
-                                   parameters.populationDynamics == StaticPopulation, rows, entropy);
+                                   isStaticPopulation(parameters.populationDynamics), rows, entropy);
         if (population.size <= 0) {
             return noResult;
         }
