@@ -1,0 +1,132 @@
+// Groups the segments of an open or closed line into consecutive groups of similar values, and measures
+// the line: the curvature of its segments and a recommended number of master segments.
+//
+// A grouper holds one line cut into segments, each with a value and a length. `computeGroups` tries every
+// number of groups k = 1 ... n: for each k a cross-entropy optimisation finds the k group starts that keep
+// the values most uniform inside the groups (largest group range for `MinMax`, segment-weighted mean of the
+// group variances for `Variance`). It then keeps the k with the largest improvement over k - 1 among the
+// admissible groupings (no group too large), widened to a larger k that still gives more than half of that
+// improvement. The result is the list of 0-based group starts, ascending along the line; on a closed line
+// the last group runs round the end of the line to the first start.
+//
+// Cost: n optimisations, each of up to 29 iterations over about 5 n^2 sampled groupings of O(n) work, so
+// roughly O(n^4) per call: milliseconds for a dozen segments, seconds for about fifty.
+//
+//   std::vector<double> const values{1.0, 1.1, 0.9, 5.0, 5.2, 4.9, 1.0, 1.05};
+//   std::vector<double> const lengths(values.size(), 10.0);
+//   Kestrel::SegmentGrouper const grouper(values, lengths, true, Kestrel::SegmentGrouper::Variance);
+//   std::vector<int> starts;
+//   grouper.computeGroups(starts);                     // e.g. {3, 6}: groups 3-5 and 6, 7, 0, 1, 2
+//   std::vector<int> const segmentStarts{0, 4, 8, 12};
+//   int const masters = Kestrel::SegmentGrouper::calculateRecommendedNumberOfMasterSegments(
+//       true, pointValues, segmentStarts, pointWeights);
+//
+// Guarantees: every result is a deterministic function of the inputs, bit for bit, for any number of
+// OpenMP threads (the optimiser draws from fixed seeds). Inputs are trusted: values and lengths must have
+// the same number of entries. A grouper is immutable after construction; its const methods may be called
+// from several threads at once.
+#pragma once
+
+#include <Kestrel/Export.h>
+
+#include <boost/function.hpp>
+
+#include <utility>
+#include <vector>
+
+namespace Kestrel {
+
+class KESTREL_API SegmentGrouper {
+  public:
+    // How the values inside one group are measured. Any other value passed as a measure makes the
+    // objective throw std::logic_error("Missing implementation").
+    enum DispersionMeasure {
+        MinMax = 0,   // largest minus smallest value; a grouping scores its largest group range
+        Variance = 1  // population variance; a grouping scores the segment-count weighted mean variance
+    };
+
+    // Copies the line. If the values are all equal (neighbours within 0.001 / W, W the total length, and
+    // W not zero), they are replaced by 1 / (0.9 * length + 0.1 * W / n), so that shorter segments get
+    // larger values; if those are still all equal (uniform lengths), by 1 / (c * length + 0.1 * W / n)
+    // with c = 0.95 at even and 0.85 at odd indices. Requires: values.size() == lengths.size().
+    SegmentGrouper(std::vector<double> const& values, std::vector<double> const& lengths, bool closed,
+                   DispersionMeasure measure);
+
+    SegmentGrouper(SegmentGrouper const&) = default;
+    SegmentGrouper(SegmentGrouper&&) noexcept = default;
+    SegmentGrouper& operator=(SegmentGrouper const&) = default;
+    SegmentGrouper& operator=(SegmentGrouper&&) noexcept = default;
+    ~SegmentGrouper();
+
+    // Replaces `result` with the chosen 0-based group starts (ascending). One segment gives {0}, no
+    // segment an empty result; an empty result also comes back when no number of groups improves the
+    // objective. Runs one optimisation per k = 1 ... n (the optimiser evaluates in parallel with OpenMP).
+    // Throws: std::logic_error("Missing implementation") for a measure other than MinMax and Variance with
+    // two or more segments; allocation failures. `result` keeps its former contents when anything throws.
+    void computeGroups(std::vector<int>& result) const;
+
+    // The same computation with a progress hook: after the optimisation for k groups, `progress(k, n)` is
+    // called (k = 1 ... n in increasing order, n = number of segments), on the calling thread. With fewer
+    // than two segments no optimisation runs and `progress` is not called; an empty `progress` reports
+    // nothing. The result is exactly that of computeGroups(result). An exception thrown by `progress`
+    // stops the computation and reaches the caller; `result` is then left as it was.
+    void computeGroups(
+        std::vector<int>& result,
+        boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const;
+
+    // Curvature and arc length of segments of a polyline. `segments` holds per segment the index of its
+    // first and last point in `points`; gaps between consecutive segments are closed first, at the arc
+    // length midway between the last point of one and the first point of the next (on a closed line with
+    // two or more segments also between the last and the first segment, across the closing chord). Each
+    // coordinate is interpolated over the arc length with a shape-preserving cubic, each segment is
+    // resampled at max(points, 25) parameters, and its curvature is the length-weighted turning of the unit
+    // tangent: about -1/r for a counter-clockwise arc of radius r, +1/r clockwise (x right, y up), 0 for
+    // a straight line. `curvature` is replaced by one value per segment; the arc length of every extended
+    // segment is appended to `segmentLengths` (not cleared first). No segments: `curvature` becomes empty.
+    // Fewer than three points: every curvature is 0 and `segmentLengths` is left alone.
+    static void calculateSegmentCurvature(std::vector<std::pair<double, double>> const& points, bool closed,
+                                          std::vector<std::pair<int, int>> const& segments,
+                                          std::vector<double>& curvature,
+                                          std::vector<double>& segmentLengths);
+
+    // How many master segments (groups whose values are set independently) a line needs, from the jumps
+    // of the mean value between consecutive segments and their sign changes. `values` holds one value per
+    // point, `segmentStarts` the ascending index of each segment's first point, `weights` one weight per
+    // point (read only by the environment override). Returns a number between 0 and the number of
+    // segments S; S < 4 gives min(S, 3). The environment variable KX_CONTROL_NUMBER_OF_LINE_DVS (an int,
+    // read at every call) raises the result: level 4 or more gives min(max(E, 8), S), levels 1 to 3 a value
+    // between the plain recommendation and that bound; text that is not an int, and levels 0 or below,
+    // leave the recommendation as it is. Throws nothing beyond allocation failures.
+    static int calculateRecommendedNumberOfMasterSegments(bool closed, std::vector<double> const& values,
+                                                          std::vector<int> const& segmentStarts,
+                                                          std::vector<double> const& weights);
+
+  private:
+    friend class SegmentGrouperTestAccess;
+
+    // The optimiser's objective: `grouping` holds 1-based start indices.
+    double evaluate(std::vector<int> const& grouping) const;
+    double evaluateMinMax(std::vector<int> const& starts) const;
+    double evaluateVariance(std::vector<int> const& starts) const;
+    double calculateGroupDispersionMinMax(int start, int end) const;
+    double calculateGroupDispersionVariance(int start, int end) const;
+    bool isAcceptableGrouping(std::vector<int> const& starts) const;
+    double optimizeIntraGroupVariation(int numberOfGroups, std::vector<int>& starts) const;
+
+    int getNumOfSegments() const;
+    bool isClosed() const;
+    std::vector<double> const& accessValues() const;
+
+    static void calculateExtendedSegmentCurvature(std::vector<std::pair<double, double>> const& points,
+                                                  bool closed,
+                                                  std::vector<std::pair<int, int>> const& segments,
+                                                  std::vector<double>& curvature,
+                                                  std::vector<double>& segmentLengths);
+
+    std::vector<double> values;
+    std::vector<double> lengths;
+    bool closed;
+    DispersionMeasure dispersionMeasure;
+};
+
+}  // namespace Kestrel
