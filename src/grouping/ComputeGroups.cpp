@@ -1,0 +1,130 @@
+// The choice of the grouping: one cross-entropy optimisation per number of groups, then the number of
+// groups with the largest admissible improvement, widened by the half-gain rule.
+#include <Kestrel/CombinatorialCrossEntropyOptimization.h>
+#include <Kestrel/SegmentGrouper.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+
+namespace Kestrel {
+
+namespace {
+
+using Matrix = std::vector<std::vector<double>>;
+
+// Transition weights over the segment numbers 1 ... n: row 0 the first number drawn (segment 0 on an open
+// line, any segment on a closed one), row i the number following i (any other segment).
+Matrix groupStartTransitions(int n, bool closed) {
+    Matrix matrix(static_cast<std::size_t>(n) + 1);
+    matrix[0].assign(static_cast<std::size_t>(n), closed ? 1.0 / static_cast<double>(n) : 0.0);
+    if (!closed) {
+        matrix[0][0] = 1.0;
+    }
+    for (std::size_t i = 1; i < matrix.size(); ++i) {
+        matrix[i].assign(static_cast<std::size_t>(n), 1.0 / static_cast<double>(n - 1));
+        matrix[i][i - 1] = 0.0;
+    }
+    return matrix;
+}
+
+// Decrease of the objective from k-1 to k groups for k = 2 ... n, counted only from the first admissible
+// grouping on; the finest grouping gets 1.0 when nothing is admissible before it.
+template <class IsAcceptable>
+std::vector<double> gains(std::vector<double> const& bestValue,
+                          std::vector<std::vector<int>> const& bestStarts, IsAcceptable isAcceptable) {
+    std::size_t const n = bestValue.size() - 1;
+    std::vector<double> gain(n + 1, 0.0);
+    bool acceptableFound = false;
+    for (std::size_t k = 2; k <= n; ++k) {
+        if (!acceptableFound && isAcceptable(bestStarts[k])) {
+            acceptableFound = true;
+        }
+        if (acceptableFound) {
+            gain[k] = bestValue[k - 1] - bestValue[k];
+        } else if (k == n) {
+            gain[k] = 1.0;
+        }
+    }
+    return gain;
+}
+
+// The number of groups with the largest gain (the smallest on ties), then the largest number of groups up
+// to min(2 kbest, n/2 + 1) whose gain still exceeds half of that first gain.
+std::size_t chooseNumberOfGroups(std::vector<double> const& gain) {
+    int const n = static_cast<int>(gain.size()) - 1;
+    int best = 0;
+    for (int k = 1; k <= n; ++k) {
+        if (gain[static_cast<std::size_t>(k)] > gain[static_cast<std::size_t>(best)]) {
+            best = k;
+        }
+    }
+    if (best >= 1 && n >= 2 && 2 * best - 2 <= n) {
+        int const limit = std::min(2 * best, n / 2 + 1);
+        double const threshold = 0.5 * gain[static_cast<std::size_t>(best)];
+        int widened = best;
+        for (int j = best + 1; j <= limit; ++j) {
+            if (gain[static_cast<std::size_t>(j)] > threshold) {
+                widened = j;
+            }
+        }
+        best = widened;
+    }
+    return static_cast<std::size_t>(best);
+}
+
+}  // namespace
+
+double SegmentGrouper::optimizeIntraGroupVariation(int numberOfGroups, std::vector<int>& starts) const {
+    if (numberOfGroups == 1) {
+        double const dispersion = dispersionMeasure == Variance ? calculateGroupDispersionVariance(0, 0)
+                                                                : calculateGroupDispersionMinMax(0, 0);
+        starts.assign(1, 0);
+        return dispersion;
+    }
+    using std::placeholders::_1;
+    CombinatorialCrossEntropyOptimization::Objective const objective =
+        std::bind(&SegmentGrouper::evaluate, this, _1);
+    CombinatorialCrossEntropyOptimization optimiser(
+        numberOfGroups, groupStartTransitions(getNumOfSegments(), closed), objective, false);
+    CombinatorialCrossEntropyOptimization::Parameters const parameters(
+        0.8, 0.05, 5.0, 3, true, 30, CombinatorialCrossEntropyOptimization::StaticPopulation);
+    std::vector<int> result;
+    double const best = optimiser.optimize(parameters, result, nullptr, 0);
+    starts = result;
+    for (int& start : starts) {
+        start -= 1;
+    }
+    return best;
+}
+
+void SegmentGrouper::computeGroups(std::vector<int>& result) const {
+    computeGroups(result, boost::function<void(int, int)>());
+}
+
+void SegmentGrouper::computeGroups(
+    std::vector<int>& result,
+    boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const {
+    int const n = getNumOfSegments();
+    if (n == 1) {
+        result.assign(1, 0);
+        return;
+    }
+    std::size_t const size = static_cast<std::size_t>(n < 0 ? 0 : n) + 1;
+    std::vector<double> bestValue(size, 0.0);
+    std::vector<std::vector<int>> bestStarts(size);
+    for (int k = 1; k <= n; ++k) {
+        std::vector<int> starts;
+        bestValue[static_cast<std::size_t>(k)] = optimizeIntraGroupVariation(k, starts);
+        bestStarts[static_cast<std::size_t>(k)] = starts;
+        if (progress) {
+            progress(k, n);
+        }
+    }
+    std::vector<double> const gain = gains(bestValue, bestStarts, [this](std::vector<int> const& starts) {
+        return isAcceptableGrouping(starts);
+    });
+    result = bestStarts[chooseNumberOfGroups(gain)];
+}
+
+}  // namespace Kestrel
