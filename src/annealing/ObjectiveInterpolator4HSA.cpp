@@ -1,0 +1,93 @@
+// The caller's objective and gradient as the annealing objective, with statistics of every value computed.
+#include <Kestrel/ReadyComponents4HSA.h>
+
+#include <cmath>
+#include <cstddef>
+#include <stdexcept>
+
+namespace Kestrel {
+
+ObjectiveInterpolator4HSA::ObjectiveInterpolator4HSA(Objective4HSA objective, Gradient4HSA gradient)
+    : objective_(std::move(objective)), gradient_(std::move(gradient)) {}
+
+std::vector<double> const& ObjectiveInterpolator4HSA::getBestPosition() const {
+    requireValues();
+    return bestPosition_;
+}
+
+double ObjectiveInterpolator4HSA::getBestValue() const {
+    requireValues();
+    return bestValue_;
+}
+
+double ObjectiveInterpolator4HSA::calculateValuePrivate(std::vector<double> const& position) const {
+    return record(position);
+}
+
+void ObjectiveInterpolator4HSA::calculateGradientPrivate(std::vector<double> const& position,
+                                                         std::vector<double>& gradient) const {
+    ++gradientCalls_;
+    gradient_(position, gradient);
+    for (double& component : gradient) {
+        component = -component;
+    }
+}
+
+Interpolator4HSA::Arrays ObjectiveInterpolator4HSA::improveQualityAtPrivate(
+    std::deque<std::vector<double>> const& population) {
+    auto values = std::make_shared<std::vector<double>>();
+    values->reserve(population.size());
+    for (std::vector<double> const& position : population) {
+        values->push_back(record(position));
+    }
+    std::shared_ptr<std::vector<double>> best;
+    if (!values_.empty()) {
+        best = std::make_shared<std::vector<double>>(bestPosition_);
+    }
+    return {values, best};
+}
+
+double ObjectiveInterpolator4HSA::calculateAveragePrivate() const {
+    requireValues();
+    double sum = 0.0;
+    for (double const value : values_) {
+        sum += value;
+    }
+    return sum / static_cast<double>(values_.size());
+}
+
+double ObjectiveInterpolator4HSA::calculateStdDeviationPrivate() const {
+    double const average = calculateAveragePrivate();
+    double sum = 0.0;
+    for (double const value : values_) {
+        double const d = value - average;
+        sum += d * d;
+    }
+    return std::sqrt(sum / static_cast<double>(values_.size()));
+}
+
+std::pair<double, double> const ObjectiveInterpolator4HSA::calculateMinMaxPrivate() const {
+    requireValues();
+    return {minimum_, maximum_};
+}
+
+double ObjectiveInterpolator4HSA::record(std::vector<double> const& position) const {
+    ++objectiveCalls_;
+    double const value = objective_(position);
+    if (values_.empty() || value < bestValue_) {
+        bestValue_ = value;
+        bestPosition_ = position;
+    }
+    minimum_ = values_.empty() || value < minimum_ ? value : minimum_;
+    maximum_ = values_.empty() || value > maximum_ ? value : maximum_;
+    values_.push_back(value);
+    return value;
+}
+
+void ObjectiveInterpolator4HSA::requireValues() const {
+    if (values_.empty()) {
+        throw std::logic_error("ObjectiveInterpolator4HSA: no objective value has been computed yet");
+    }
+}
+
+}  // namespace Kestrel

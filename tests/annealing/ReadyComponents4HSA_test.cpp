@@ -1,0 +1,349 @@
+#include <Kestrel/ReadyComponents4HSA.h>
+
+#include "RandomDeviates4HSA.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+using Kestrel::Box4HSA;
+using Kestrel::BoxDomain4HSA;
+using Kestrel::GeometricCoolingSchedule4HSA;
+using Kestrel::LeapfrogThermalBath4HSA;
+using Kestrel::ObjectiveInterpolator4HSA;
+using Kestrel::State4HSA;
+using Pair = std::pair<double, double>;
+
+// ---- random deviates -------------------------------------------------------------------------------
+
+TEST(RandomDeviates4HSA, UniformUsesTwoOutputsWithFiftyThreeBits) {
+    std::mt19937 engine(5);
+    std::mt19937 reference(5);
+    for (int i = 0; i < 1000; ++i) {
+        std::uint32_t const a = reference() >> 5;
+        std::uint32_t const b = reference() >> 6;
+        double const u = Kestrel::drawUniform53(engine);
+        EXPECT_EQ(u, (a * 67108864.0 + b) / 9007199254740992.0);
+        EXPECT_GE(u, 0.0);
+        EXPECT_LT(u, 1.0);
+    }
+}
+
+TEST(RandomDeviates4HSA, NormalDeviatesFollowThePolarMethod) {
+    std::mt19937 engine(9);
+    std::mt19937 reference(9);
+    std::vector<double> deviates(7);
+    Kestrel::fillStandardNormal(engine, deviates);
+    std::vector<double> expected;
+    while (expected.size() < 8) {
+        double v1 = 0.0;
+        double v2 = 0.0;
+        double s = 0.0;
+        do {
+            v1 = 2.0 * Kestrel::drawUniform53(reference) - 1.0;
+            v2 = 2.0 * Kestrel::drawUniform53(reference) - 1.0;
+            s = v1 * v1 + v2 * v2;
+        } while (s >= 1.0 || s == 0.0);
+        double const m = std::sqrt(-2.0 * std::log(s) / s);
+        expected.push_back(v1 * m);
+        expected.push_back(v2 * m);
+    }
+    expected.pop_back();  // the spare of the last pair is dropped
+    EXPECT_EQ(deviates, expected);
+    EXPECT_EQ(engine(), reference());  // the same number of outputs consumed
+}
+
+TEST(RandomDeviates4HSA, NormalDeviatesHaveUnitVariance) {
+    std::mt19937 engine(1);
+    std::vector<double> deviates(20000);
+    Kestrel::fillStandardNormal(engine, deviates);
+    double sum = 0.0;
+    for (double const z : deviates) {
+        sum += z;
+    }
+    double const mean = sum / deviates.size();
+    double squares = 0.0;
+    for (double const z : deviates) {
+        squares += (z - mean) * (z - mean);
+    }
+    EXPECT_NEAR(mean, 0.0, 0.03);
+    EXPECT_NEAR(squares / deviates.size(), 1.0, 0.04);
+}
+
+// ---- box domain ------------------------------------------------------------------------------------
+
+TEST(BoxDomain4HSA, StartsAtTheCentreOrTheGivenPosition) {
+    BoxDomain4HSA const centred(Box4HSA{{-1.0, 3.0}, {2.0, 2.0}});
+    std::vector<double> position;
+    centred.proposeInitialPosition(position);
+    EXPECT_EQ(position, (std::vector<double>{1.0, 2.0}));
+    EXPECT_EQ(centred.getDimensionality(), 2);
+    BoxDomain4HSA const given(Box4HSA{{-1.0, 3.0}}, {3.0});
+    given.proposeInitialPosition(position);
+    EXPECT_EQ(position, std::vector<double>{3.0});
+}
+
+TEST(BoxDomain4HSA, RejectsInvalidBoxesAndStarts) {
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{}), std::invalid_argument);
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{{1.0, 0.0}}), std::invalid_argument);
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{{0.0, std::numeric_limits<double>::infinity()}}),
+                 std::invalid_argument);
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{{std::nan(""), 1.0}}), std::invalid_argument);
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{{0.0, 1.0}}, {2.0}), std::invalid_argument);
+    EXPECT_THROW(BoxDomain4HSA(Box4HSA{{0.0, 1.0}}, {0.5, 0.5}), std::invalid_argument);
+}
+
+TEST(BoxDomain4HSA, MoveInsideIsNoHit) {
+    BoxDomain4HSA const box(Box4HSA{{0.0, 1.0}, {0.0, 1.0}});
+    std::vector<double> velocity{1.0, -1.0};
+    double fraction = 1.0;
+    EXPECT_FALSE(box.calculateCollision({0.2, 0.8}, {0.9, 0.1}, velocity, fraction));
+    EXPECT_FALSE(
+        box.calculateCollision({0.2, 0.8}, {1.0, 0.0}, velocity, fraction));  // on the wall is inside
+    EXPECT_EQ(fraction, 1.0);
+    EXPECT_EQ(velocity, (std::vector<double>{1.0, -1.0}));
+}
+
+TEST(BoxDomain4HSA, HitReflectsTheFirstCrossingCoordinate) {
+    BoxDomain4HSA const box(Box4HSA{{0.0, 1.0}, {0.0, 1.0}});
+    std::vector<double> velocity{2.0, -0.5};
+    double fraction = 1.0;
+    // x leaves at t = (1 - 0.5) / (1.5 - 0.5) = 0.5, y at t = (0 - 0.4) / (-0.1 - 0.4) = 0.8.
+    EXPECT_TRUE(box.calculateCollision({0.5, 0.4}, {1.5, -0.1}, velocity, fraction));
+    EXPECT_EQ(fraction, 0.5);
+    EXPECT_EQ(velocity, (std::vector<double>{-2.0, -0.5}));
+}
+
+TEST(BoxDomain4HSA, CornerHitReflectsBothCoordinates) {
+    BoxDomain4HSA const box(Box4HSA{{-1.0, 1.0}, {-1.0, 1.0}});
+    std::vector<double> velocity{-1.0, -1.0};
+    double fraction = 1.0;
+    EXPECT_TRUE(box.calculateCollision({0.0, 0.0}, {-2.0, -2.0}, velocity, fraction));
+    EXPECT_EQ(fraction, 0.5);
+    EXPECT_EQ(velocity, (std::vector<double>{1.0, 1.0}));
+}
+
+TEST(BoxDomain4HSA, StartBeyondTheWallMovingOutIsAHitWithNothingInside) {
+    BoxDomain4HSA const box(Box4HSA{{0.0, 1.0}});
+    std::vector<double> velocity{1.0};
+    double fraction = 1.0;
+    EXPECT_TRUE(box.calculateCollision({1.0 + 1e-15}, {1.5}, velocity, fraction));
+    EXPECT_EQ(fraction, 0.0);
+    EXPECT_EQ(velocity, std::vector<double>{-1.0});
+    // Moving back in from beyond the wall is no hit.
+    velocity = {-1.0};
+    fraction = 1.0;
+    EXPECT_FALSE(box.calculateCollision({1.0 + 1e-15}, {0.5}, velocity, fraction));
+}
+
+// ---- interpolator ------------------------------------------------------------------------------------
+
+TEST(ObjectiveInterpolator4HSA, KeepsStatisticsOfEveryValueComputed) {
+    ObjectiveInterpolator4HSA model([](std::vector<double> const& x) { return x[0]; },
+                                    [](std::vector<double> const&, std::vector<double>&) {});
+    EXPECT_EQ(model.calculateValue({2.0}), 2.0);
+    Kestrel::Interpolator4HSA::Arrays const arrays = model.improveQualityAt({{10.0}, {1.0}, {3.0}});
+    EXPECT_EQ(*arrays.first, (std::vector<double>{10.0, 1.0, 3.0}));
+    EXPECT_EQ(*arrays.second, std::vector<double>{1.0});
+    EXPECT_EQ(model.calculateAverage(), 16.0 / 4.0);
+    EXPECT_EQ(model.calculateStdDeviation(), std::sqrt((4.0 + 36.0 + 9.0 + 1.0) / 4.0));
+    EXPECT_EQ(model.calculateMinMax(), (Pair{1.0, 10.0}));
+    EXPECT_EQ(model.getBestPosition(), std::vector<double>{1.0});
+    EXPECT_EQ(model.getBestValue(), 1.0);
+    EXPECT_EQ(model.getNumberOfObjectiveCalls(), 4u);
+}
+
+TEST(ObjectiveInterpolator4HSA, GradientIsNegatedIntoTheForce) {
+    ObjectiveInterpolator4HSA const model([](std::vector<double> const&) { return 0.0; },
+                                          [](std::vector<double> const& x, std::vector<double>& g) {
+                                              g[0] = 2.0 * x[0];
+                                              g[1] = -3.0;
+                                          });
+    std::vector<double> force(2);
+    model.calculateGradient({1.5, 0.0}, force);
+    EXPECT_EQ(force, (std::vector<double>{-3.0, 3.0}));
+    EXPECT_EQ(model.getNumberOfGradientCalls(), 1u);
+    EXPECT_EQ(model.getNumberOfObjectiveCalls(), 0u);
+}
+
+TEST(ObjectiveInterpolator4HSA, StatisticsBeforeAnyValueAreAnError) {
+    ObjectiveInterpolator4HSA const model([](std::vector<double> const&) { return 0.0; },
+                                          [](std::vector<double> const&, std::vector<double>&) {});
+    EXPECT_THROW(model.calculateAverage(), std::logic_error);
+    EXPECT_THROW(model.calculateStdDeviation(), std::logic_error);
+    EXPECT_THROW(model.calculateMinMax(), std::logic_error);
+    EXPECT_THROW(model.getBestPosition(), std::logic_error);
+}
+
+TEST(ObjectiveInterpolator4HSA, EmptyCallbacksRaiseBadFunctionCall) {
+    ObjectiveInterpolator4HSA const model{Kestrel::Objective4HSA(), Kestrel::Gradient4HSA()};
+    std::vector<double> force(1);
+    EXPECT_THROW(model.calculateValue({1.0}), boost::bad_function_call);
+    EXPECT_THROW(model.calculateGradient({1.0}, force), boost::bad_function_call);
+}
+
+// ---- thermal bath ------------------------------------------------------------------------------------
+
+struct BathRig {
+    std::shared_ptr<BoxDomain4HSA> domain;
+    std::shared_ptr<ObjectiveInterpolator4HSA> model;
+    std::shared_ptr<LeapfrogThermalBath4HSA> bath;
+    BathRig(Box4HSA box, Kestrel::Objective4HSA f, Kestrel::Gradient4HSA g, std::uint32_t seed, double step,
+            int steps)
+        : domain(std::make_shared<BoxDomain4HSA>(std::move(box))),
+          model(std::make_shared<ObjectiveInterpolator4HSA>(std::move(f), std::move(g))),
+          bath(std::make_shared<LeapfrogThermalBath4HSA>(seed, step, steps)) {
+        bath->init(domain, model);
+    }
+};
+
+double halfSquare(std::vector<double> const& x) {
+    double sum = 0.0;
+    for (double const xi : x) {
+        sum += xi * xi;
+    }
+    return 0.5 * sum;
+}
+
+void identity(std::vector<double> const& x, std::vector<double>& g) {
+    g = x;
+}
+
+TEST(LeapfrogThermalBath4HSA, MomentaAreNormalWithVarianceTemperaturePlusChange) {
+    BathRig rig(
+        Box4HSA(2, {-1e9, 1e9}), [](std::vector<double> const&) { return 0.0; },
+        [](std::vector<double> const&, std::vector<double>& g) { g.assign(g.size(), 0.0); }, 3u, 0.1, 5);
+    State4HSA state(std::vector<double>{0.0, 0.0});
+    double squares = 0.0;
+    int const samples = 4000;
+    for (int i = 0; i < samples; ++i) {
+        std::vector<double> const before = state.getPosition();
+        rig.bath->calculateSample({2.0, 0.5}, state);
+        for (std::size_t k = 0; k < 2; ++k) {
+            double const v = state.getVelocity()[k];
+            squares += v * v;
+            // Free flight for the duration 5 x 0.1, or one step more when rounding leaves a sliver of time.
+            double const flight = (state.getPosition()[k] - before[k]) / v;
+            EXPECT_TRUE(std::fabs(flight - 0.5) < 1e-6 || std::fabs(flight - 0.6) < 1e-6) << flight;
+        }
+    }
+    EXPECT_NEAR(squares / (2 * samples), 2.5, 0.12);
+    EXPECT_EQ(rig.bath->getNumberOfAcceptedSamples(), static_cast<std::uint64_t>(samples));
+}
+
+TEST(LeapfrogThermalBath4HSA, SamplesFollowTheBoltzmannDistribution) {
+    // f = x^2 / 2 at T = 0.7: positions are normal with variance 0.7.
+    BathRig rig(Box4HSA(1, {-50.0, 50.0}), &halfSquare, &identity, 11u, 0.2, 7);
+    State4HSA state(std::vector<double>{3.0});
+    double squares = 0.0;
+    int const samples = 5000;
+    for (int i = 0; i < samples; ++i) {
+        rig.bath->calculateSample({0.7, 0.0}, state);
+        squares += state.getPosition()[0] * state.getPosition()[0];
+    }
+    EXPECT_NEAR(squares / samples, 0.7, 0.06);
+    EXPECT_LT(rig.bath->getNumberOfAcceptedSamples(), static_cast<std::uint64_t>(samples));
+}
+
+TEST(LeapfrogThermalBath4HSA, SameSeedGivesTheSameSamples) {
+    auto run = [](std::uint32_t seed) {
+        BathRig rig(Box4HSA(2, {-2.0, 2.0}), &halfSquare, &identity, seed, 0.3, 10);
+        State4HSA state(std::vector<double>{1.0, -1.0});
+        std::vector<std::vector<double>> path;
+        for (int i = 0; i < 50; ++i) {
+            rig.bath->calculateSample({3.0, 0.0}, state);
+            path.push_back(state.getPosition());
+        }
+        return path;
+    };
+    EXPECT_EQ(run(4u), run(4u));
+    EXPECT_NE(run(4u), run(5u));
+}
+
+TEST(LeapfrogThermalBath4HSA, SamplesStayInsideTheBox) {
+    // A hot particle in a small box bounces off the walls many times per trajectory.
+    BathRig rig(Box4HSA{{0.0, 1.0}, {-0.5, 0.5}}, &halfSquare, &identity, 8u, 0.05, 40);
+    State4HSA state(std::vector<double>{0.5, 0.0});
+    for (int i = 0; i < 300; ++i) {
+        rig.bath->calculateSample({50.0, 0.0}, state);
+        EXPECT_GE(state.getPosition()[0], -1e-12);
+        EXPECT_LE(state.getPosition()[0], 1.0 + 1e-12);
+        EXPECT_GE(state.getPosition()[1], -0.5 - 1e-12);
+        EXPECT_LE(state.getPosition()[1], 0.5 + 1e-12);
+    }
+}
+
+TEST(LeapfrogThermalBath4HSA, ParticlePressedAgainstAWallEndsItsTrajectoryThere) {
+    // f = -10 x pushes towards the upper wall at 1. A slow particle on the wall whose half-step kick points
+    // outwards hits the wall with nothing of the move inside again and again; the integrator alone would
+    // give up after 1000 such steps, the bath ends the trajectory at the wall instead.
+    BathRig rig(
+        Box4HSA{{0.0, 1.0}}, [](std::vector<double> const& x) { return -10.0 * x[0]; },
+        [](std::vector<double> const&, std::vector<double>& g) { g[0] = -10.0; }, 2u, 0.1, 20);
+    State4HSA state(std::vector<double>{1.0});
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_NO_THROW(rig.bath->calculateSample({0.01, 0.0}, state));
+        EXPECT_GE(state.getPosition()[0], 0.9);
+        EXPECT_LE(state.getPosition()[0], 1.0 + 1e-12);
+    }
+    EXPECT_LT(rig.model->getNumberOfGradientCalls(), 20u * 1000u);
+}
+
+TEST(LeapfrogThermalBath4HSA, AtZeroTemperatureTheObjectiveNeverRises) {
+    BathRig rig(Box4HSA(2, {-3.0, 3.0}), &halfSquare, &identity, 6u, 0.37, 3);
+    State4HSA state(std::vector<double>{2.5, -1.0});
+    double value = halfSquare(state.getPosition());
+    for (int i = 0; i < 50; ++i) {
+        rig.bath->calculateSample({0.0, 0.0}, state);
+        double const next = halfSquare(state.getPosition());
+        EXPECT_LE(next, value);
+        value = next;
+    }
+}
+
+TEST(LeapfrogThermalBath4HSA, RejectsInvalidSettings) {
+    EXPECT_THROW(LeapfrogThermalBath4HSA(1u, 0.0, 10), std::invalid_argument);
+    EXPECT_THROW(LeapfrogThermalBath4HSA(1u, std::numeric_limits<double>::infinity(), 10),
+                 std::invalid_argument);
+    EXPECT_THROW(LeapfrogThermalBath4HSA(1u, 0.1, 0), std::invalid_argument);
+}
+
+// ---- cooling schedule ----------------------------------------------------------------------------------
+
+TEST(GeometricCoolingSchedule4HSA, CoolsGeometricallyUntilTheStoppingTemperature) {
+    GeometricCoolingSchedule4HSA schedule(0.5, 1.0);
+    Pair tc{4.0, 0.0};
+    EXPECT_TRUE(schedule.updateTemperature(tc));
+    EXPECT_EQ(tc, (Pair{2.0, 0.0}));
+    EXPECT_FALSE(schedule.updateTemperature(tc));  // 1 is not above the stopping temperature
+    EXPECT_EQ(tc.first, 1.0);
+    EXPECT_EQ(schedule.getNumberOfCoolingSteps(), 2);
+}
+
+TEST(GeometricCoolingSchedule4HSA, NeverAsksForDataAndStopsOnNonFiniteTemperatures) {
+    GeometricCoolingSchedule4HSA schedule(0.9, 0.0);
+    State4HSA const state(std::vector<double>{0.0});
+    BathRig rig(Box4HSA(1, {-1.0, 1.0}), &halfSquare, &identity, 1u, 0.1, 1);
+    EXPECT_EQ(schedule.proposeAdditionalPopulation({1.0, 0.0}, state, *rig.bath), nullptr);
+    Pair infinite{std::numeric_limits<double>::infinity(), 0.0};
+    EXPECT_FALSE(schedule.updateTemperature(infinite));
+    Pair undefined{std::nan(""), 0.0};
+    EXPECT_FALSE(schedule.updateTemperature(undefined));
+}
+
+TEST(GeometricCoolingSchedule4HSA, RejectsInvalidSettings) {
+    EXPECT_THROW(GeometricCoolingSchedule4HSA(1.0, 0.1), std::invalid_argument);
+    EXPECT_THROW(GeometricCoolingSchedule4HSA(0.0, 0.1), std::invalid_argument);
+    EXPECT_THROW(GeometricCoolingSchedule4HSA(0.5, -1.0), std::invalid_argument);
+    EXPECT_THROW(GeometricCoolingSchedule4HSA(0.5, std::nan("")), std::invalid_argument);
+}
+
+}  // namespace
