@@ -118,6 +118,8 @@ class KESTREL_API DrawbeadToyModel {
     double getSegmentLength(int i) const;
     std::vector<std::pair<double, double>> const& getMinMaxData() const;
     bool isClosed() const;
+    // The transition lengths as given or derived at construction.
+    std::vector<double> const& getTransitionLengths() const;
 
     // Sum of the lengths of the segments strictly between `from` and `to` going forward, summed in line
     // order: from + 1 ... to - 1, or for from > to, from + 1 ... n - 1 then 0 ... to - 1 (wrapping also on
@@ -164,6 +166,8 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
 
   private:
     friend class MasterSelectionTestAccess;
+    class Geometry;  // what the score reads from the model, prepared once at construction and shared by
+                     // copies
 
     // Values at the masters, linear interpolation by `fullDistance` between the neighbouring masters
     // (wrapping on a closed line, constant before the first and after the last master on an open one),
@@ -184,6 +188,7 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
     void sanityCheck(std::vector<int> const& masterIndices, std::vector<double> const& masterValues) const;
 
     std::shared_ptr<DrawbeadToyModel const> model;
+    std::shared_ptr<Geometry const> geometry;
 };
 
 }  // namespace Kestrel

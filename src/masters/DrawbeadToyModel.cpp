@@ -2,6 +2,8 @@
 // value vector. Every sum runs sequentially in line order, starting from 0.0.
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
+#include "LineGeometry.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cmath>
@@ -26,12 +28,6 @@ std::vector<double> deriveTransitionLengths(std::vector<double> const& lengths, 
         return {lengths[0]};
     }
     return {};
-}
-
-// The transition after segment k; a caller-given vector may be shorter than the line (and an open line has
-// no transition after its last segment): a missing transition counts as 0 instead of being read out of range.
-double transitionAfter(std::vector<double> const& transitions, std::size_t k) {
-    return k < transitions.size() ? transitions[k] : 0.0;
 }
 
 [[maybe_unused]] bool allNonNegative(std::vector<double> const& lengths) {
@@ -63,6 +59,10 @@ std::vector<std::pair<double, double>> const& DrawbeadToyModel::getMinMaxData() 
 
 bool DrawbeadToyModel::isClosed() const {
     return closed;
+}
+
+std::vector<double> const& DrawbeadToyModel::getTransitionLengths() const {
+    return transitionLengths;
 }
 
 double DrawbeadToyModel::distance(int from, int to) const {

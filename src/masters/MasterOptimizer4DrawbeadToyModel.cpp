@@ -1,6 +1,8 @@
 // Geometric score and interpolation of master choices on a drawbead toy model.
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
+#include "LineGeometry.h"
+
 #include <cassert>
 #include <cmath>
 #include <cstddef>
@@ -27,7 +29,8 @@ DrawbeadToyModel const& checked(std::shared_ptr<DrawbeadToyModel const> const& m
 MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
     std::shared_ptr<DrawbeadToyModel const> model)
     : MasterOptimizer4Interpolation(checked(model).getMinMaxData(), penaltyOf(model.get())),
-      model(std::move(model)) {}
+      model(model),
+      geometry(std::make_shared<Geometry const>(std::move(model))) {}
 
 MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
     MasterOptimizer4DrawbeadToyModel const& other) = default;
@@ -39,35 +42,11 @@ MasterOptimizer4DrawbeadToyModel& MasterOptimizer4DrawbeadToyModel::operator=(
     MasterOptimizer4DrawbeadToyModel&& other) noexcept = default;
 MasterOptimizer4DrawbeadToyModel::~MasterOptimizer4DrawbeadToyModel() = default;
 
+// The score is summed by the prepared geometry in the stated order: reciprocal distances of consecutive
+// masters, the wrap-around pair on a closed line, the zero-weighted length terms, then the uncovered length.
 double MasterOptimizer4DrawbeadToyModel::geometryBasedEvaluation(
     std::vector<int> const& masterIndices) const {
-    DrawbeadToyModel const& line = *model;
-    std::size_t const n = line.getMinMaxData().size();
-    std::size_t const m = masterIndices.size();
-
-    double totalLength = 0.0;
-    for (std::size_t i = 0; i < n; ++i) {
-        totalLength += line.getSegmentLength(static_cast<int>(i));
-    }
-
-    double score = 0.0;
-    for (std::size_t k = 1; k < m; ++k) {
-        score += 1.0 / line.fullDistance(masterIndices[k - 1], masterIndices[k]);
-    }
-    if (line.isClosed() && m > 0) {
-        score += 1.0 / line.fullDistance(masterIndices[m - 1], masterIndices[0]);
-    }
-    // The zero-weighted term leaves the score unchanged for any non-zero length and makes it NaN for a
-    // master of length zero, which marks such a choice as unusable.
-    double masterLength = 0.0;
-    for (int const master : masterIndices) {
-        double const length = line.getSegmentLength(master);
-        score += 0.0 / (static_cast<double>(n) * length);
-        masterLength += length;
-    }
-
-    double const weight = line.isClosed() ? static_cast<double>(m) : static_cast<double>(m) - 0.5;
-    return ((totalLength - masterLength) * (weight * 0.125)) / (totalLength * totalLength) + score;
+    return geometry->score(masterIndices);
 }
 
 std::shared_ptr<std::vector<double>> MasterOptimizer4DrawbeadToyModel::getInterpolation(

@@ -1,6 +1,5 @@
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
-#include "MasterSelectionTestAccess.h"
 #include "ToyModelTwin.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +19,7 @@ DrawbeadToyModel lineOf(std::vector<double> const& lengths, bool closed,
 }
 
 std::vector<double> const& transitionsOf(DrawbeadToyModel const& model) {
-    return MasterSelectionTestAccess::transitionLengths(model);
+    return model.getTransitionLengths();
 }
 
 DrawbeadToyModel modelOf(twin::Line const& line) {

@@ -99,6 +99,24 @@ TEST(MasterOptimizer4DrawbeadToyModel, EvaluationMatchesTheLiteralTwinOnRandomCh
     }
 }
 
+TEST(MasterOptimizer4DrawbeadToyModel, EvaluationOfLinesTooLongToTabulateMatchesTheLiteralTwin) {
+    std::mt19937 engine(9);
+    for (int trial = 0; trial < 8; ++trial) {
+        int const n = trial < 4 ? 512 : 513 + 40 * trial;
+        bool const closed = trial % 2 == 1;
+        twin::Line const line = twin::randomLine(engine, n, closed);
+        MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
+        for (int k = 0; k < 10; ++k) {
+            std::vector<int> choice = twin::randomAscendingChoice(engine, n, 1 + k);
+            if (k % 2 == 1) {
+                std::shuffle(choice.begin(), choice.end(), engine);
+            }
+            EXPECT_EQ(optimiser.evaluateMasterChoice(choice), twin::geometryScore(line, choice))
+                << "trial " << trial << " choice " << k;
+        }
+    }
+}
+
 TEST(MasterOptimizer4DrawbeadToyModel, ObjectiveShiftsStatesToPositions) {
     std::mt19937 engine(7);
     twin::Line const line = twin::randomLine(engine, 12, true);

@@ -10,10 +10,6 @@ namespace Kestrel {
 
 class MasterSelectionTestAccess {
   public:
-    static std::vector<double> const& transitionLengths(DrawbeadToyModel const& model) {
-        return model.transitionLengths;
-    }
-
     static double masterChoiceEvaluator(MasterOptimizer4Interpolation const& optimiser,
                                         std::vector<int> const& choice) {
         return optimiser.masterChoiceEvaluator(choice);
