@@ -1,0 +1,71 @@
+// ktx curvature: curvature and arc length of each segment of a polyline.
+#include "CommandSupport.h"
+#include "CurvatureInput.h"
+#include "HelpExamples.h"
+#include "OutputFiles.h"
+#include "Pictures.h"
+
+#include <Kestrel/SegmentGrouper.h>
+
+#include <memory>
+
+namespace ktx {
+
+namespace {
+
+struct CurvatureOptions {
+    std::string input = "-";
+    std::string output = "-";
+    std::string svg;
+};
+
+void runCurvature(CurvatureOptions const& options) {
+    OutputFiles::checkWritable(options.output);
+    if (!options.svg.empty()) {
+        OutputFiles::checkWritable(options.svg);
+    }
+    CurvatureInput const input = readAndParse(options.input, parseCurvatureInput);
+    std::vector<double> curvature;
+    std::vector<double> lengths;
+    Kestrel::SegmentGrouper::calculateSegmentCurvature(input.points, input.closed, input.segments, curvature,
+                                                       lengths);
+    nlohmann::json segments = nlohmann::json::array();
+    for (std::size_t k = 0; k < input.segments.size(); ++k) {
+        nlohmann::json segment{{"first", input.segments[k].first},
+                               {"last", input.segments[k].second},
+                               {"curvature", curvature.at(k)}};
+        // Fewer than three points leave the lengths unmeasured.
+        segment["length"] = k < lengths.size() ? nlohmann::json(lengths[k]) : nlohmann::json();
+        segments.push_back(segment);
+    }
+    nlohmann::json const result{{"closed", input.closed}, {"segments", segments}};
+    OutputFiles outputs;
+    outputs.add(options.output, formatJson(result));
+    if (!options.svg.empty()) {
+        outputs.add(options.svg,
+                    curvaturePicture(input.points, input.segments, curvature, "Segment curvature"));
+    }
+    outputs.commit();
+}
+
+}  // namespace
+
+Command addCurvatureCommand(CLI::App& tool) {
+    auto options = std::make_shared<CurvatureOptions>();
+    CLI::App* command = tool.add_subcommand(
+        "curvature",
+        "Curvature and arc length of each segment of a polyline (gaps between segments are closed at their "
+        "middle). With x right and y up, a counter-clockwise bend is negative (about -1/r), clockwise "
+        "positive.\n"
+        "Input: {\"closed\": bool (default false), \"points\": [[x, y], ...], \"segments\": [[first point, "
+        "last point], ...] in order along the line}.\n"
+        "Output: JSON with per segment first, last, curvature, length.");
+    addInputOption(*command, options->input);
+    addOutputOption(*command, options->output);
+    command->add_option("--svg", options->svg, "also draw the polyline coloured by curvature");
+    command->footer(
+        helpFooter(examples::curvature, "ktx curvature examples/data/curvature.json --svg curvature.svg"));
+    return {command, [options] { runCurvature(*options); }};
+}
+
+}  // namespace ktx

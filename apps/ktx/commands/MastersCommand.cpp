@@ -1,0 +1,88 @@
+// ktx masters: choose master segments of a drawbead line, score them, interpolate the other segments.
+#include "CommandSupport.h"
+#include "HelpExamples.h"
+#include "MastersInput.h"
+#include "OutputFiles.h"
+#include "Pictures.h"
+
+#include <Kestrel/MasterOptimizer4Interpolation.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace ktx {
+
+namespace {
+
+struct MastersOptions {
+    std::string input = "-";
+    std::string output = "-";
+    std::string svg;
+};
+
+void runMasters(MastersOptions const& options) {
+    OutputFiles::checkWritable(options.output);
+    if (!options.svg.empty()) {
+        OutputFiles::checkWritable(options.svg);
+    }
+    MastersInput const input = readAndParse(options.input, parseMastersInput);
+    auto const model = std::make_shared<Kestrel::DrawbeadToyModel const>(
+        input.lengths, input.ranges, input.closed, input.transitions ? &*input.transitions : nullptr);
+    Kestrel::MasterOptimizer4DrawbeadToyModel const optimizer(model);
+
+    std::vector<int> masters;
+    if (input.masterIndices) {
+        masters = *input.masterIndices;
+    } else {
+        optimizer.calculateOptimalMasterIndices(input.masters, masters,
+                                                input.preGroups ? &*input.preGroups : nullptr);
+    }
+    nlohmann::json result{{"segments", input.lengths.size()},
+                          {"closed", input.closed},
+                          {"masters", masters},
+                          {"score", optimizer.evaluateMasterChoice(masters)},
+                          {"chosen", !input.masterIndices}};
+    std::vector<double> values;
+    if (input.masterValues) {
+        if (input.masterValues->size() != masters.size()) {
+            throw std::logic_error("the master search returned " + std::to_string(masters.size()) +
+                                   " masters instead of " + std::to_string(input.masterValues->size()));
+        }
+        values = *optimizer.interpolate(masters, *input.masterValues);
+        result["values"] = values;
+        result["penalty"] = model->calculatePenaltyValue(values);
+    }
+    OutputFiles outputs;
+    outputs.add(options.output, formatJson(result));
+    if (!options.svg.empty()) {
+        outputs.add(options.svg,
+                    mastersPicture(input.lengths, input.ranges, masters, values, "Master segments"));
+    }
+    outputs.commit();
+}
+
+}  // namespace
+
+Command addMastersCommand(CLI::App& tool) {
+    auto options = std::make_shared<MastersOptions>();
+    CLI::App* command = tool.add_subcommand(
+        "masters",
+        "Choose master segments of a drawbead line (positions from which the other segments' values are "
+        "interpolated), score the choice (smaller is better) and, given the masters' values, interpolate "
+        "every segment.\n"
+        "Input: {\"closed\": bool, \"lengths\": [positive, one per segment], \"ranges\": [[min, max], one "
+        "per "
+        "segment], \"masters\": count, optional \"transitions\": [one per gap: n closed, n-1 open], "
+        "\"preGroups\": [ascending boundaries b0 < b1 < ...: at most one master per group], "
+        "\"masterIndices\": [ascending; scores this choice instead of searching], \"masterValues\": [one per "
+        "master, in ascending master order]}.\n"
+        "Output: JSON with masters, score, and with masterValues the interpolated values (clamped to the "
+        "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.");
+    addInputOption(*command, options->input);
+    addOutputOption(*command, options->output);
+    command->add_option("--svg", options->svg, "also draw the segments' ranges, values and masters");
+    command->footer(helpFooter(examples::masters, "ktx masters examples/data/masters.json"));
+    return {command, [options] { runMasters(*options); }};
+}
+
+}  // namespace ktx

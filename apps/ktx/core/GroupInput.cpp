@@ -1,0 +1,35 @@
+#include "GroupInput.h"
+
+#include "JsonInput.h"
+#include "Validation.h"
+
+namespace ktx {
+
+GroupInput parseGroupInput(std::string const& text) {
+    nlohmann::json const document = parseJson(text);
+    JsonObjectReader reader(document, "");
+    GroupInput input;
+    input.closed = reader.boolean("closed", false);
+    std::string const measure = reader.text("measure", "minmax");
+    if (measure == "minmax") {
+        input.measure = Dispersion::MinMax;
+    } else if (measure == "variance") {
+        input.measure = Dispersion::Variance;
+    } else {
+        failField("measure", "expected \"minmax\" or \"variance\", got \"" + measure + "\"");
+    }
+    input.values = reader.numbers("values");
+    input.lengths = reader.numbers("lengths");
+    reader.finish();
+
+    requireNonEmpty(input.values.size(), "values");
+    requireSameCount(input.lengths.size(), "lengths", input.values.size(), "values");
+    requirePositive(input.lengths, "lengths");
+    return input;
+}
+
+char const* dispersionName(Dispersion measure) {
+    return measure == Dispersion::MinMax ? "minmax" : "variance";
+}
+
+}  // namespace ktx

@@ -1,0 +1,26 @@
+// The one exception type for bad input: malformed JSON or CSV, missing or mistyped fields, inconsistent
+// sizes, out-of-range indices, non-finite numbers, unreadable input and unwritable output. The tool turns
+// it into a one-line message on standard error and exit status 2; every other exception is an internal
+// failure (exit status 1).
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace ktx {
+
+class InputError : public std::runtime_error {
+  public:
+    // `message` names the field (`field 'values[3]': ...`) or starts with `line:column:` for syntax errors.
+    explicit InputError(std::string const& message) : std::runtime_error(message) {}
+};
+
+// Prefixes the message of an InputError with the name of the input it came from, so that
+// "3:14: malformed JSON" becomes "group.json:3:14: malformed JSON" and "field 'values': ..." becomes
+// "group.json: field 'values': ...".
+std::string withSource(std::string const& source, std::string const& message);
+
+// Replaces control characters and line breaks so that a message always fits on one line.
+std::string oneLine(std::string const& message);
+
+}  // namespace ktx

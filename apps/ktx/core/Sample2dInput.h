@@ -1,0 +1,31 @@
+// Input of `ktx sample2d`: a polygon with optional holes and the number of points.
+//
+//   {"outer": [[0, 0], [100, 0], [100, 60], [0, 60]],
+//    "holes": [[[40, 20], [60, 20], [60, 40], [40, 40]]],
+//    "n": 12}
+//
+// Rings are lists of at least three [x, y] vertices in either orientation, not repeating the first vertex
+// at the end. "holes" is optional. n is between 1 and kMaxSamples.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ktx {
+
+using Ring = std::vector<std::pair<double, double>>;
+
+// The k-means step costs about n * 100 n distance computations per iteration: beyond this the run takes
+// minutes.
+constexpr int kMaxSamples = 2000;
+
+struct Sample2dInput {
+    Ring outer;
+    std::vector<Ring> holes;
+    int n = 0;
+};
+
+Sample2dInput parseSample2dInput(std::string const& text);
+
+}  // namespace ktx
