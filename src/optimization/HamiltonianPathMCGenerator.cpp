@@ -7,55 +7,86 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace Kestrel {
 
 namespace {
 
-// Scratch of one worker: availability flags and the running sums of the current row.
+// Selections built side by side by one worker. The running sums of a walk form one long chain of
+// dependent additions; walking several selections at once lets their chains overlap in the processor.
+constexpr int kLanes = 4;
+
+// Scratch of one worker: availability masks and running sums, one block per lane. A mask is all ones for
+// an available position and zero for a taken one, so that `weight & mask` is the weight or +0.0 without
+// a branch (the pattern of taken positions is random and would defeat branch prediction).
 struct WalkScratch {
-    std::vector<unsigned char> available;
+    std::vector<std::uint64_t> available;
     std::vector<double> runningSums;
 };
 
-// The row of a node beyond the last row of the table: only the weight of going back to node 0.
-std::vector<double> const kReturnOnlyRow{0.0};
+std::uint64_t const kAvailable = ~std::uint64_t{0};
+
+double maskedWeight(double weight, std::uint64_t mask) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &weight, sizeof bits);
+    bits &= mask;
+    double masked = 0.0;
+    std::memcpy(&masked, &bits, sizeof masked);
+    return masked;
+}
 
 }  // namespace
 
 class HamiltonianPathMCGenerator::Private {
   public:
-    Private(std::vector<std::vector<double>> const& matrix, unsigned int seed)
-        : engine(seed), uniform(0.0, 1.0) {
-        weights.reserve(matrix.size());
-        for (std::vector<double> const& row : matrix) {
-            std::vector<double> weightRow;
-            weightRow.reserve(row.size() + 1);
-            weightRow.push_back(0.0);
-            weightRow.insert(weightRow.end(), row.begin(), row.end());
-            weights.push_back(std::move(weightRow));
-        }
-        // One flag per node a walk can write: every position of the longest row, and the row length itself
-        // (written when a walk never stops).
-        flagCount = kReturnOnlyRow.size() + 1;
-        for (std::vector<double> const& row : weights) {
-            flagCount = std::max(flagCount, row.size() + 1);
-        }
-    }
+    Private(std::vector<std::vector<double>> const& matrix, unsigned int seed);
 
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists);
 
-    std::vector<std::vector<double>> weights;
-    boost::random::mt19937 engine;
-    // Bound to [0, 1) over a 32-bit engine, one engine output x gives exactly x * 2^-32.
-    boost::random::uniform_real_distribution<double> uniform;
-    std::size_t flagCount = 0;
-
   private:
-    void drawPath(double const* draws, int pathLength, std::vector<int>& path, WalkScratch& scratch,
-                  std::vector<std::vector<int>> const* exclusionLists) const;
+    template <int Lanes>
+    void drawPaths(double const* draws, std::size_t pathLength, std::vector<int>* paths, WalkScratch& scratch,
+                   std::vector<std::vector<int>> const* exclusionLists) const;
+
+    // Row r of the weight table: 0.0, then matrix row r, then +0.0 up to the common width. Row `rows_` is
+    // the row of every node beyond the matrix and holds only the weight 0 of going back to node 0. Adding
+    // the padding zeros leaves every running sum unchanged (none is -0.0, since all start at +0.0).
+    std::vector<double> weights_;
+    std::vector<std::size_t> rowLengths_;  // length of each row before padding
+    std::size_t rows_ = 0;
+    std::size_t width_ = 0;
+    std::size_t flagCount_ = 0;  // every position of the widest row, and the width itself (a walk that never
+                                 // stops writes the row length)
+    // No weight is negative or NaN: every row's running sums never decrease, so the first position whose
+    // sum reaches the threshold is the number of positions whose sum stays below it.
+    bool nonDecreasingSums_ = true;
+    boost::random::mt19937 engine_;
+    // Bound to [0, 1) over a 32-bit engine, one engine output x gives exactly x * 2^-32.
+    boost::random::uniform_real_distribution<double> uniform_;
 };
+
+HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> const& matrix,
+                                             unsigned int seed)
+    : rows_(matrix.size()), engine_(seed), uniform_(0.0, 1.0) {
+    width_ = 1;
+    for (std::vector<double> const& row : matrix) {
+        width_ = std::max(width_, row.size() + 1);
+    }
+    flagCount_ = width_ + 1;
+    weights_.assign((rows_ + 1) * width_, 0.0);
+    rowLengths_.assign(rows_ + 1, 1);
+    for (std::size_t r = 0; r < rows_; ++r) {
+        std::copy(matrix[r].begin(), matrix[r].end(),
+                  weights_.begin() + static_cast<std::ptrdiff_t>(r * width_ + 1));
+        rowLengths_[r] = matrix[r].size() + 1;
+        for (double const weight : matrix[r]) {
+            nonDecreasingSums_ = nonDecreasingSums_ && weight >= 0.0;
+        }
+    }
+}
 
 void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                    int pathLength,
@@ -66,52 +97,85 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     // Selection i consumes draws i * length ... (i + 1) * length - 1: draw them all in order first.
     std::vector<double> draws(count * length);
     for (double& draw : draws) {
-        draw = uniform(engine);
+        draw = uniform_(engine_);
     }
+    std::size_t const batches = (count + kLanes - 1) / kLanes;
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(detail::threadSlots()));
-    detail::parallelForStatic(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int thread) {
-        std::size_t const i = static_cast<std::size_t>(index);
-        drawPath(draws.data() + i * length, static_cast<int>(length), paths[i], scratch[thread],
-                 exclusionLists);
+    detail::parallelForStatic(static_cast<std::ptrdiff_t>(batches), [&](std::ptrdiff_t batch, int thread) {
+        std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
+        double const* const batchDraws = draws.data() + first * length;
+        if (first + kLanes <= count) {
+            drawPaths<kLanes>(batchDraws, length, &paths[first], scratch[thread], exclusionLists);
+        } else {
+            for (std::size_t i = first; i < count; ++i) {
+                drawPaths<1>(draws.data() + i * length, length, &paths[i], scratch[thread], exclusionLists);
+            }
+        }
     });
 }
 
-void HamiltonianPathMCGenerator::Private::drawPath(
-    double const* draws, int pathLength, std::vector<int>& path, WalkScratch& scratch,
+// Draws the selections paths[0 ... Lanes - 1], lane k from draws[k * pathLength ...], in lockstep.
+template <int Lanes>
+void HamiltonianPathMCGenerator::Private::drawPaths(
+    double const* draws, std::size_t pathLength, std::vector<int>* paths, WalkScratch& scratch,
     std::vector<std::vector<int>> const* exclusionLists) const {
-    path.clear();
-    path.reserve(static_cast<std::size_t>(pathLength));
-    scratch.available.assign(flagCount, 1);
-    scratch.runningSums.resize(flagCount);
-    unsigned char* const available = scratch.available.data();
-    double* const runningSums = scratch.runningSums.data();
+    scratch.available.assign(Lanes * flagCount_, kAvailable);
+    scratch.runningSums.resize(Lanes * width_);
+    std::uint64_t* available[Lanes];
+    double* runningSums[Lanes];
+    for (int lane = 0; lane < Lanes; ++lane) {
+        available[lane] = scratch.available.data() + static_cast<std::size_t>(lane) * flagCount_;
+        runningSums[lane] = scratch.runningSums.data() + static_cast<std::size_t>(lane) * width_;
+        paths[lane].clear();
+        paths[lane].reserve(pathLength);
+    }
 
-    for (int step = 0; step < pathLength; ++step) {
-        std::size_t const last = path.empty() ? 0 : static_cast<std::size_t>(path.back());
-        std::vector<double> const& row = last < weights.size() ? weights[last] : kReturnOnlyRow;
-        std::size_t const rowLength = row.size();
-        double const* const weight = row.data();
-
-        // Running sums over the available positions in index order. Position 0 holds 0.0, so the sum at
-        // the last position is the total over the available nodes 1 ... rowLength - 1, added in the same
-        // order. A taken position adds +0.0, which leaves every partial sum unchanged (none is -0.0).
-        double sum = 0.0;
-        for (std::size_t j = 0; j < rowLength; ++j) {
-            sum += available[j] ? weight[j] : 0.0;
-            runningSums[j] = sum;
-        }
-        double const threshold = draws[step] * sum;
-        std::size_t chosen = 0;
-        while (chosen < rowLength && !(threshold <= runningSums[chosen])) {
-            ++chosen;
+    for (std::size_t step = 0; step < pathLength; ++step) {
+        double const* row[Lanes];
+        std::size_t rowLength[Lanes];
+        for (int lane = 0; lane < Lanes; ++lane) {
+            std::size_t const last = step == 0 ? 0 : static_cast<std::size_t>(paths[lane].back());
+            std::size_t const r = last < rows_ ? last : rows_;
+            row[lane] = weights_.data() + r * width_;
+            rowLength[lane] = rowLengths_[r];
         }
 
-        path.push_back(static_cast<int>(chosen));
-        available[chosen] = 0;
-        if (exclusionLists != nullptr && chosen < exclusionLists->size()) {
-            for (int excluded : (*exclusionLists)[chosen]) {
-                if (excluded >= 0 && static_cast<std::size_t>(excluded) < flagCount) {
-                    available[excluded] = 0;
+        // Running sums over the available positions in index order. Position 0 holds 0.0, so the last
+        // sum is the total over the available nodes 1 ... (row length - 1), added in the same order. A
+        // taken position adds +0.0, which leaves the sum unchanged.
+        double sum[Lanes];
+#pragma GCC unroll 4
+        for (int lane = 0; lane < Lanes; ++lane) {
+            sum[lane] = 0.0;
+        }
+        for (std::size_t j = 0; j < width_; ++j) {
+#pragma GCC unroll 4
+            for (int lane = 0; lane < Lanes; ++lane) {
+                sum[lane] += maskedWeight(row[lane][j], available[lane][j]);
+                runningSums[lane][j] = sum[lane];
+            }
+        }
+
+        for (int lane = 0; lane < Lanes; ++lane) {
+            double const threshold = draws[static_cast<std::size_t>(lane) * pathLength + step] * sum[lane];
+            double const* const sums = runningSums[lane];
+            std::size_t chosen = 0;
+            if (nonDecreasingSums_) {
+                for (std::size_t j = 0; j < rowLength[lane]; ++j) {
+                    chosen += threshold <= sums[j] ? 0 : 1;
+                }
+            } else {
+                while (chosen < rowLength[lane] && !(threshold <= sums[chosen])) {
+                    ++chosen;
+                }
+            }
+            paths[lane].push_back(static_cast<int>(chosen));
+            available[lane][chosen] = 0;
+            if (exclusionLists != nullptr && chosen < exclusionLists->size()) {
+                for (int const excluded : (*exclusionLists)[chosen]) {
+                    if (excluded >= 0 && static_cast<std::size_t>(excluded) < flagCount_) {
+                        available[lane][excluded] = 0;
+                    }
                 }
             }
         }

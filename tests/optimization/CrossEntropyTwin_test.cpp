@@ -26,7 +26,8 @@ TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 300; ++trial) {
         int const rows = 1 + static_cast<int>(random() % 12);
-        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 4 == 0 ? 0.6 : 0.15);
+        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 4 == 0 ? 0.6 : 0.15,
+                                                            trial % 5 == 0 ? 0.3 : 0.0);
         int const paths = static_cast<int>(random() % 40);
         int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 2));
         unsigned int const seed = trial % 2 == 0 ? 193u : static_cast<unsigned>(random());
@@ -56,7 +57,8 @@ TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
     std::mt19937 random(5);
     for (int trial = 0; trial < 150; ++trial) {
         int const rows = 1 + static_cast<int>(random() % 9);
-        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1);
+        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1,
+                                                            trial % 7 == 0 ? 0.2 : 0.0);
         int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 1));
         bool const ordered = random() % 2 == 0;
         auto const objectiveTable = OptimizationTests::randomObjective(random, rows, pathLength);

@@ -37,13 +37,18 @@ inline bool sameBits(std::vector<std::vector<double>> const& a, std::vector<std:
     return true;
 }
 
-// `rows` rows of rows - 1 weights; about `zeroShare` of them are exactly 0.
-inline std::vector<std::vector<double>> randomMatrix(std::mt19937& random, int rows, double zeroShare) {
+// `rows` rows of rows - 1 weights; about `zeroShare` of them are exactly 0 and about `negativeShare` of
+// them negative (weights outside the usual range, which the walk takes as they are).
+inline std::vector<std::vector<double>> randomMatrix(std::mt19937& random, int rows, double zeroShare,
+                                                     double negativeShare = 0.0) {
     std::uniform_real_distribution<double> weight(0.0, 1.0);
     std::vector<std::vector<double>> matrix(static_cast<std::size_t>(rows));
     for (std::vector<double>& row : matrix) {
         for (int k = 0; k + 1 < rows; ++k) {
-            row.push_back(weight(random) < zeroShare ? 0.0 : weight(random));
+            double const kind = weight(random);
+            double const magnitude = weight(random);
+            row.push_back(kind < zeroShare ? 0.0
+                                           : (kind < zeroShare + negativeShare ? -magnitude : magnitude));
         }
     }
     return matrix;
