@@ -38,9 +38,10 @@ namespace Kestrel {
 
 class KESTREL_API SegmentGrouper {
   public:
-    // How the values inside one group are measured. Any other value passed as a measure makes the
-    // objective throw std::logic_error("Missing implementation").
-    enum DispersionMeasure {
+    // How the values inside one group are measured. Any other value passed as a measure (the underlying
+    // type is int, so every int is a valid value) makes the objective throw
+    // std::logic_error("Missing implementation").
+    enum DispersionMeasure : int {
         MinMax = 0,   // largest minus smallest value; a grouping scores its largest group range
         Variance = 1  // population variance; a grouping scores the segment-count weighted mean variance
     };
