@@ -62,10 +62,11 @@ class KESTREL_API MasterOptimizer4Interpolation {
     // - otherwise min(numberOfMasters, n) positions chosen by a cross-entropy optimisation whose objective
     //   is `geometryBasedEvaluation`; `preGroups` (sorted 0-based group starts, may be null) restricts the
     //   choice to at most one master per group and at most one outside every group.
-    // Requires: with pre-groups, enough groups for the masters asked for (otherwise the optimiser may hand
-    // out position -1, which the derived class then reads). Deterministic for any number of threads;
-    // `geometryBasedEvaluation` is called concurrently. Throws: whatever the derived class throws, carried
-    // out of the parallel evaluation; allocation failures.
+    // Requires: with pre-groups, at least as many groups (counting the positions outside every group as one)
+    // as masters; otherwise the optimiser hands out position -1, which the toy model scores NaN, and the
+    // result may hold -1. Deterministic for any number of threads; `geometryBasedEvaluation` is called
+    // concurrently. Throws: whatever the derived class throws, carried out of the parallel evaluation;
+    // allocation failures.
     void calculateOptimalMasterIndices(int numberOfMasters, std::vector<int>& result,
                                        std::vector<int> const* preGroups) const;
 
@@ -75,7 +76,8 @@ class KESTREL_API MasterOptimizer4Interpolation {
                                                      std::vector<double> const& masterValues) const;
 
     // The score of a master choice (0-based positions, in the order chosen; smaller is better), as the
-    // derived class's `geometryBasedEvaluation` computes it.
+    // derived class's `geometryBasedEvaluation` computes it. The toy model's score is NaN when a master
+    // has length zero or lies outside 0 ... n - 1.
     double evaluateMasterChoice(std::vector<int> const& masterIndices) const;
 
   protected:
@@ -178,7 +180,7 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
     // With m masters, L the total length and M the masters' length: S = sum of 1 / fullDistance over
     // consecutive masters in the given order, + 1 / fullDistance(last, first) on a closed line, + 0.0 / (n *
     // length) per master (NaN for a zero-length master); returns ((L - M) * (c * 0.125)) / (L * L) + S with
-    // c = m (closed) or m - 0.5 (open).
+    // c = m (closed) or m - 0.5 (open). A position outside 0 ... n - 1 gives NaN.
     double geometryBasedEvaluation(std::vector<int> const& masterIndices) const override;
 
     // Clamps values[i] to the model's pair i: raised to the minimum, then lowered to the maximum.

@@ -1,5 +1,6 @@
 #include "LineGeometry.h"
 
+#include <limits>
 #include <utility>
 
 namespace Kestrel {
@@ -45,6 +46,13 @@ double MasterOptimizer4DrawbeadToyModel::Geometry::fullDistance(int from, int to
 }
 
 double MasterOptimizer4DrawbeadToyModel::Geometry::score(std::vector<int> const& masterIndices) const {
+    // The optimiser hands out position -1 when pre-groups leave fewer groups than masters: such a choice is
+    // unusable, like one with a zero-length master, and is never read out of range.
+    for (int const master : masterIndices) {
+        if (master < 0 || static_cast<std::size_t>(master) >= n) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
+    }
     std::size_t const m = masterIndices.size();
     double sum = 0.0;
     for (std::size_t k = 1; k < m; ++k) {

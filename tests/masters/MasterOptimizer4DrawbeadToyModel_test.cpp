@@ -82,6 +82,17 @@ TEST(MasterOptimizer4DrawbeadToyModel, ZeroLengthMasterGivesNaN) {
     }
 }
 
+TEST(MasterOptimizer4DrawbeadToyModel, PositionOutsideTheLineGivesNaN) {
+    for (int const n : {4, 600}) {
+        for (bool const closed : {false, true}) {
+            MasterOptimizer4DrawbeadToyModel const optimiser(uniformLine(n, closed));
+            EXPECT_TRUE(std::isnan(optimiser.evaluateMasterChoice({-1, 1})));
+            EXPECT_TRUE(std::isnan(optimiser.evaluateMasterChoice({0, n})));
+            EXPECT_TRUE(std::isfinite(optimiser.evaluateMasterChoice({0, n - 1})));
+        }
+    }
+}
+
 TEST(MasterOptimizer4DrawbeadToyModel, EvaluationMatchesTheLiteralTwinOnRandomChoices) {
     std::mt19937 engine(6);
     for (int trial = 0; trial < 400; ++trial) {
@@ -210,6 +221,17 @@ TEST(MasterOptimizer4DrawbeadToyModel, InterpolationMatchesTheLiteralTwinOnRando
             EXPECT_EQ((*values)[i], expected[i]) << "trial " << trial << " segment " << i;
             EXPECT_GE((*values)[i], 0.0);
             EXPECT_LE((*values)[i], 1.0);
+        }
+    }
+}
+
+TEST(MasterOptimizer4DrawbeadToyModel, InterpolationWithoutMastersLeavesEveryValueNaN) {
+    for (bool const closed : {false, true}) {
+        MasterOptimizer4DrawbeadToyModel const optimiser(uniformLine(4, closed));
+        auto const values = optimiser.interpolate({}, {});
+        ASSERT_EQ(values->size(), 4u);
+        for (double const v : *values) {
+            EXPECT_TRUE(std::isnan(v));
         }
     }
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -166,6 +167,20 @@ TEST(MasterOptimizer4Interpolation, PositionsOutsideEveryPreGroupHoldAtMostOneMa
         EXPECT_LE(first, 1) << "trial " << trial;
         EXPECT_LE(second, 1) << "trial " << trial;
     }
+}
+
+TEST(MasterOptimizer4Interpolation, FewerPreGroupsThanMastersNeverReadOutsideTheLine) {
+    std::mt19937 engine(21);
+    // Groups {0..2} and {3..5}: a third master can only be the optimiser's start state, position -1.
+    std::vector<int> const groups{0, 3};
+    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(twin::randomLine(engine, 6, true)));
+    std::vector<int> const result = search(optimiser, 3, &groups);
+    ASSERT_EQ(result.size(), 3u);
+    for (int const position : result) {
+        EXPECT_GE(position, -1);
+        EXPECT_LT(position, 6);
+    }
+    EXPECT_TRUE(std::isnan(optimiser.evaluateMasterChoice(result)));
 }
 
 TEST(MasterOptimizer4Interpolation, SameChoiceForOneAndTwoThreads) {
