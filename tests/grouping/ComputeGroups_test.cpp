@@ -224,7 +224,7 @@ TEST(ComputeGroups, OptimisedGroupingsHaveKAscendingStartsAndStartAtZeroOnOpenLi
 TEST(ComputeGroups, ChoiceFollowsGainWalkAndWideningOverTheOptimisedGroupings) {
     std::mt19937 engine(1234);
     int widenedCases = 0;
-    for (int trial = 0; trial < 24; ++trial) {
+    for (int trial = 0; trial < 12; ++trial) {
         int const n = 3 + trial % 6;
         bool const closed = trial % 2 == 0;
         auto const measure = trial % 4 < 2 ? SegmentGrouper::MinMax : SegmentGrouper::Variance;
@@ -244,7 +244,7 @@ TEST(ComputeGroups, ChoiceFollowsGainWalkAndWideningOverTheOptimisedGroupings) {
 TEST(ComputeGroups, IdenticalForOneAndTwoThreads) {
     std::mt19937 engine(99);
     for (auto const measure : {SegmentGrouper::MinMax, SegmentGrouper::Variance}) {
-        auto const line = plateauLine(engine, 10);
+        auto const line = plateauLine(engine, 8);
         SegmentGrouper const grouper(line.first, line.second, true, measure);
         std::vector<int> one;
         std::vector<int> two;
