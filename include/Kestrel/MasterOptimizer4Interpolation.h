@@ -9,8 +9,9 @@
 // `MasterOptimizer4DrawbeadToyModel` the concrete optimiser built on it.
 //
 // Cost: one `calculateOptimalMasterIndices` call on n positions runs up to 29 cross-entropy iterations, each
-// drawing and scoring (n + 1) * n * 5 selections of `numberOfMasters` positions; with the toy model a score
-// costs O(n + numberOfMasters) (distances are summed segment by segment along the line).
+// drawing and scoring (n + 1) * n * 5 selections of `numberOfMasters` positions. With the toy model a score
+// costs O(numberOfMasters): the optimiser tabulates every distance along the line once at construction
+// (O(n^2) time and memory, up to 512 segments; longer lines sum distances segment by segment per score).
 //
 //   auto model = std::make_shared<Kestrel::DrawbeadToyModel const>(
 //       std::vector<double>{2.0, 4.0, 6.0, 3.0, 5.0},                    // segment lengths
@@ -168,8 +169,8 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
 
   private:
     friend class MasterSelectionTestAccess;
-    class Geometry;  // what the score reads from the model, prepared once at construction and shared by
-                     // copies
+    // What the score reads from the model, prepared once at construction and shared by copies.
+    class Geometry;
 
     // Values at the masters, linear interpolation by `fullDistance` between the neighbouring masters
     // (wrapping on a closed line, constant before the first and after the last master on an open one),

@@ -87,6 +87,24 @@ void expectAscendingInside(std::vector<int> const& result, int n) {
     }
 }
 
+TEST(MasterOptimizer4Interpolation, UsageExampleGivesTwoMastersAndInterpolatedValues) {
+    auto model = std::make_shared<Kestrel::DrawbeadToyModel const>(
+        std::vector<double>{2.0, 4.0, 6.0, 3.0, 5.0}, std::vector<std::pair<double, double>>(5, {0.1, 0.9}),
+        true, nullptr);
+    Kestrel::MasterOptimizer4DrawbeadToyModel optimiser(model);
+    std::vector<int> masters;
+    optimiser.calculateOptimalMasterIndices(2, masters, nullptr);
+    ASSERT_EQ(masters.size(), 2u);
+    expectAscendingInside(masters, 5);
+    EXPECT_TRUE(std::isfinite(optimiser.evaluateMasterChoice(masters)));
+    auto const values = optimiser.interpolate(masters, {0.3, 0.7});
+    ASSERT_EQ(values->size(), 5u);
+    for (double const v : *values) {
+        EXPECT_GE(v, (1.0 - std::cos(3.141592653589793 * 0.1)) * 0.5);
+        EXPECT_LE(v, (1.0 - std::cos(3.141592653589793 * 0.9)) * 0.5);
+    }
+}
+
 TEST(MasterOptimizer4Interpolation, ResultsAreAscendingDistinctPositionsOfTheLine) {
     std::mt19937 engine(11);
     for (int trial = 0; trial < 8; ++trial) {
