@@ -12,11 +12,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
 
 #include "ParallelExceptions.h"
+#include "PopulationAssembly.h"
 #include "RemainingIndices.h"
 #include "UniformDraws.h"
 
@@ -46,28 +49,29 @@ Candidates const& namedFactor(std::vector<std::shared_ptr<Candidates>> const& fa
 }
 
 // positions[k][i]: the list position drawn for point i and order entry k, in the engine's draw order.
-std::vector<std::vector<std::size_t>> drawPositions(std::size_t pointCount, std::size_t entryCount) {
-    std::vector<std::vector<std::size_t>> positions(entryCount, std::vector<std::size_t>(pointCount));
+std::vector<std::vector<std::uint32_t>> drawPositions(std::size_t pointCount, std::size_t entryCount) {
+    std::vector<std::vector<std::uint32_t>> positions(entryCount, std::vector<std::uint32_t>(pointCount));
     std::mt19937 engine(kSeed);
     for (std::size_t i = 0; i < pointCount; ++i) {
         std::size_t const r = pointCount - i;
         for (std::size_t k = 0; k < entryCount; ++k) {
-            positions[k][i] = sampling::positionFromDraw(sampling::drawUnitFromMersenneTwister(engine), r);
+            positions[k][i] = static_cast<std::uint32_t>(
+                sampling::positionFromDraw(sampling::drawUnitFromMersenneTwister(engine), r));
         }
     }
     return positions;
 }
 
-// Replaces each entry's positions by the candidate indices they pick.
-void choosePositions(std::vector<std::vector<std::size_t>>& positions, std::size_t pointCount) {
+// Replaces each entry's positions by the candidate indices they pick, the entries in parallel.
+void choosePositions(std::vector<std::vector<std::uint32_t>>& positions, std::size_t pointCount) {
     std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
     sampling::ParallelExceptions errors;
 #pragma omp parallel for schedule(static)
     for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
         try {
             sampling::RemainingIndices remaining(pointCount);
-            for (std::size_t& position : positions[static_cast<std::size_t>(k)]) {
-                position = remaining.takeAt(position);
+            for (std::uint32_t& position : positions[static_cast<std::size_t>(k)]) {
+                position = static_cast<std::uint32_t>(remaining.takeAt(position));
             }
         } catch (...) {
             errors.capture(k);
@@ -99,27 +103,14 @@ CartesianProductSampler::Private::Private(std::vector<std::shared_ptr<Candidates
         throw std::length_error("vector too long");
     }
 
-    std::vector<std::vector<std::size_t>> chosen = drawPositions(pointCount, order.size());
+    if (pointCount > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::bad_alloc();  // four billion points of coordinate arrays cannot be held anyway
+    }
+    std::vector<std::vector<std::uint32_t>> chosen = drawPositions(pointCount, order.size());
     choosePositions(chosen, pointCount);
 
     population = std::make_shared<Population>(pointCount);
-    Population& points = *population;
-    std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(pointCount);
-    sampling::ParallelExceptions errors;
-#pragma omp parallel for schedule(static)
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        try {
-            std::vector<double>& point = points[static_cast<std::size_t>(i)];
-            point.reserve(pointLength);
-            for (std::size_t k = 0; k < named.size(); ++k) {
-                std::vector<double> const& candidate = (*named[k])[chosen[k][static_cast<std::size_t>(i)]];
-                point.insert(point.end(), candidate.begin(), candidate.end());
-            }
-        } catch (...) {
-            errors.capture(i);
-        }
-    }
-    errors.rethrowFirst();
+    sampling::assemblePoints(named, chosen, pointLength, *population);
 }
 
 CartesianProductSampler::CartesianProductSampler(std::vector<std::shared_ptr<Candidates>> const& factors,

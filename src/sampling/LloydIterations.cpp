@@ -20,7 +20,7 @@ namespace {
 constexpr double kSlackPerScale = 1e-12;               // bound slack relative to the coordinate magnitude
 constexpr double kSmallestSafeScale = 1e-100;          // below: squared distances may lose all precision
 constexpr double kLargestSafeScale = 1e100;            // above: squared distances may overflow
-constexpr std::ptrdiff_t kParallelThreshold = 2048;    // fewer candidates: the loop runs serially
+constexpr std::ptrdiff_t kParallelThreshold = 8192;    // fewer candidates: a serial loop is as fast
 constexpr std::size_t kMostCentresForHalfGaps = 1024;  // the O(k^2) centre gaps pay off up to here
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 

@@ -2,7 +2,6 @@
 // engine outputs, and with it every result, is fixed by the seed.
 #pragma once
 
-#include <cmath>
 #include <cstddef>
 #include <random>
 
@@ -27,17 +26,15 @@ inline double drawUnitFromMinimalStandard(std::minstd_rand& engine) {
     }
 }
 
-// The position j in a list of r entries picked by the draw u: floor(u / (1 / r)), computed as a division
-// by the reciprocal, then clamped to 0 ... r - 1.
+// The position j in a list of r entries picked by the draw u in [0, 1): floor(u / (1 / r)), computed as a
+// division by the reciprocal, then clamped to r - 1.
+// As u / (1 / r) is never negative, the conversion to an integer (which truncates) is that floor.
 inline std::size_t positionFromDraw(double u, std::size_t r) {
-    double const j = std::floor(u / (1.0 / static_cast<double>(r)));
-    if (j >= static_cast<double>(r)) {
+    double const quotient = u / (1.0 / static_cast<double>(r));
+    if (quotient >= static_cast<double>(r)) {
         return r - 1;
     }
-    if (j < 0.0) {
-        return 0;
-    }
-    return static_cast<std::size_t>(j);
+    return static_cast<std::size_t>(quotient);
 }
 
 }  // namespace sampling

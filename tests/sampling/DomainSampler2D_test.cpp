@@ -273,15 +273,16 @@ TEST(DomainSampler2D, NonFiniteCandidates_FastPathEqualsPlainMethod) {
 }
 
 TEST(DomainSampler2D, OneAndTwoThreadsGiveIdenticalSamples) {
-    std::vector<Point> const candidates = clusteredPoints(5000, 10, 1.0);
+    // Enough candidates for the seeding and the assignment of candidates to run in parallel.
+    std::vector<Point> const candidates = clusteredPoints(9000, 10, 1.0);
     int const threads = omp_get_max_threads();
     omp_set_num_threads(1);
-    std::vector<Point> const single = samplesOf(candidates, 50);
+    std::vector<Point> const single = samplesOf(candidates, 30);
     omp_set_num_threads(2);
-    std::vector<Point> const two = samplesOf(candidates, 50);
+    std::vector<Point> const two = samplesOf(candidates, 30);
     omp_set_num_threads(threads);
     expectSameBits(single, two);
-    expectSameBits(two, literal::domainSamples(candidates, 50));
+    expectSameBits(two, literal::domainSamples(candidates, 30));
 }
 
 }  // namespace

@@ -1,0 +1,98 @@
+// The chosen candidates are scattered at random over the factors' memory. When every factor's candidates
+// have one length, the coordinates are first moved in candidate order (reading each factor front to back)
+// into one flat table laid out point by point, and the points are then copied from it in order; otherwise
+// each point gathers its candidates directly. Both give the same coordinates in the same order.
+#include "PopulationAssembly.h"
+
+#include <omp.h>
+
+#include <cstddef>
+
+#include "ParallelExceptions.h"
+
+namespace Kestrel {
+namespace sampling {
+namespace {
+
+bool allOfOneLength(Candidates const& factor, std::size_t count) {
+    for (std::size_t c = 0; c < count; ++c) {
+        if (factor[c].size() != factor[0].size()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::vector<double> flatTable(std::vector<Candidates const*> const& named,
+                              std::vector<std::vector<std::uint32_t>> const& chosen,
+                              std::size_t pointLength) {
+    std::size_t const count = chosen.front().size();
+    std::vector<std::size_t> offsets(named.size(), 0);
+    for (std::size_t k = 1; k < named.size(); ++k) {
+        offsets[k] = offsets[k - 1] + (*named[k - 1])[0].size();
+    }
+    std::vector<double> table(count * pointLength);
+    std::ptrdiff_t const entries = static_cast<std::ptrdiff_t>(named.size());
+    ParallelExceptions errors;
+#pragma omp parallel for schedule(static)
+    for (std::ptrdiff_t k = 0; k < entries; ++k) {
+        try {
+            std::size_t const entry = static_cast<std::size_t>(k);
+            Candidates const& factor = *named[entry];
+            std::vector<std::uint32_t> pointOf(count);
+            for (std::size_t i = 0; i < count; ++i) {
+                pointOf[chosen[entry][i]] = static_cast<std::uint32_t>(i);
+            }
+            for (std::size_t c = 0; c < count; ++c) {
+                double* target = &table[pointOf[c] * pointLength + offsets[entry]];
+                for (double const value : factor[c]) {
+                    *target++ = value;
+                }
+            }
+        } catch (...) {
+            errors.capture(k);
+        }
+    }
+    errors.rethrowFirst();
+    return table;
+}
+
+}  // namespace
+
+void assemblePoints(std::vector<Candidates const*> const& named,
+                    std::vector<std::vector<std::uint32_t>> const& chosen, std::size_t pointLength,
+                    Population& points) {
+    std::size_t const count = chosen.front().size();
+    bool oneLength = count > 0;
+    for (Candidates const* factor : named) {
+        oneLength = oneLength && allOfOneLength(*factor, count);
+    }
+    std::vector<double> const table =
+        oneLength ? flatTable(named, chosen, pointLength) : std::vector<double>();
+    std::ptrdiff_t const pointCount = static_cast<std::ptrdiff_t>(count);
+    ParallelExceptions errors;
+#pragma omp parallel for schedule(static)
+    for (std::ptrdiff_t p = 0; p < pointCount; ++p) {
+        try {
+            std::size_t const i = static_cast<std::size_t>(p);
+            std::vector<double>& point = points[i];
+            point.reserve(pointLength);
+            if (oneLength) {
+                point.insert(point.end(), table.begin() + static_cast<std::ptrdiff_t>(i * pointLength),
+                             table.begin() + static_cast<std::ptrdiff_t>((i + 1) * pointLength));
+                continue;
+            }
+            for (std::size_t k = 0; k < named.size(); ++k) {
+                for (double const value : (*named[k])[chosen[k][i]]) {
+                    point.push_back(value);
+                }
+            }
+        } catch (...) {
+            errors.capture(p);
+        }
+    }
+    errors.rethrowFirst();
+}
+
+}  // namespace sampling
+}  // namespace Kestrel

@@ -1,0 +1,23 @@
+// Builds the points of a Latin-hypercube population from the chosen candidate of every order entry:
+// point i is the concatenation of candidate chosen[k][i] of factor k, for k in order.
+#pragma once
+
+#include <Kestrel/PopulationSampling.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace Kestrel {
+namespace sampling {
+
+using Candidates = CartesianProductSampler::Candidates;
+using Population = CartesianProductSampler::Population;
+
+// Fills `points` (already sized to the number of points) in parallel; each point reserves `pointLength`
+// coordinates first. Throws std::bad_alloc when memory runs out (the first failing point's exception).
+void assemblePoints(std::vector<Candidates const*> const& named,
+                    std::vector<std::vector<std::uint32_t>> const& chosen, std::size_t pointLength,
+                    Population& points);
+
+}  // namespace sampling
+}  // namespace Kestrel
