@@ -4,28 +4,39 @@
 // of which every assignment uses; C is the cost, u and v the dual values of the shortest-augmenting-path
 // solution s, r = C - u - v the reduced costs (>= 0, 0 on s, v <= 0 and v = 0 on unused long-side lines).
 //
-// 1. Margin of s. For any other assignment t, cost(t) - cost(s) = sum_t r - sum_s r - sum of v over the
-//    long-side lines that s uses and t does not. The difference of t and s splits into alternating
-//    cycles and alternating paths from a line unused by s to a line unused by t. If no cycle and no such
-//    path consists only of "tight" edges (computed reduced cost below theta + delta) ending at a line with
-//    -v below theta, every part of every t contains an edge with exact reduced cost >= theta or ends at a
-//    line with -v >= theta, so cost(t) - cost(s) >= theta - m * (delta0 + mu + 2 * delta), where delta
-//    bounds the rounding of the computed reduced costs, delta0 their largest negative value and mu their
-//    largest magnitude on s.
+// 1. Margin of s. For any other assignment t, cost(t) - cost(s) = sum_t r - sum_s r - (sum of v over the
+//    long-side lines that s uses and t does not). The difference of t and s splits into alternating cycles
+//    and alternating chains from a line unused by s to a line unused by t. Let w = (computed r) + delta0,
+//    where delta0 >= the largest negative computed r; then exact r >= w - delta0 - delta on every edge,
+//    with delta bounding the rounding of a computed reduced cost, and exact r <= mu + delta on s. So
+//    cost(t) - cost(s) >= W - m * (delta0 + mu + 2 * delta), where W is the smallest weight of a cycle
+//    (sum of w over its edges outside s) or chain (the same plus -v of the line given up) of t and s.
+//    A cycle or chain lighter than theta uses only edges with w < theta: a bounded graph search over those
+//    few edges decides whether one exists.
 //
-// 2. What the Munkres steps can return. Their working matrix stays >= 0 and equals C - U - V + E, with
+// 2. What the Munkres steps can return. Their working matrix D stays >= 0 and equals C - U - V + E, with
 //    potentials U, V built from the subtracted minima and the adjustments h (V <= 0, and 0 on long-side
 //    lines never starred) and E the accumulated rounding. Their result l has working values below
-//    DBL_EPSILON plus rounding, so cost(l) - cost(t) <= m * DBL_EPSILON + 2 * m * B for every t, where B
-//    bounds |E|. With R the largest element, every working value stays below 2R (up to rounding; an
-//    unstarred long-side line bounds the potentials), every operation's result below 4R, and there are at
-//    most m (m + 1) / 2 adjustments (each covers a new line or augments), each rounding an element at most
-//    twice: B <= 2 K (DBL_EPSILON (2R + DBL_EPSILON) 1.01 + denorm_min) with K = 1 + m (m + 1).
+//    DBL_EPSILON at its zero tests, so cost(l) - cost(t) <= m * DBL_EPSILON + E_l + E_t for every t, where
+//    E_a bounds the sum of |E| over the m cells of assignment a. To bound E_a:
+//    - the dual objective of U, V never decreases, so at every moment the working values on the cells of
+//      a sum to at most G_a + E_a, where G_a = cost(a) - L0 and L0 is the sum of the first reduction's
+//      minima (one per short-side line);
+//    - an adjustment by h rounds a cell of value x at most twice, by at most 1.01 DBL_EPSILON (x + h) in
+//      all, and the first reduction by DBL_EPSILON / 2 times the reduced value;
+//    - there are at most S = m (m + 1) / 2 adjustments (each covers a new line or augments), and their h
+//      sum to H <= R + B, R the largest element and B a bound on any single cell's rounding (a line never
+//      starred gains every h, and its dual cannot exceed an unstarred cell's cost);
+//    so E_a <= (1.01 DBL_EPSILON (S G_a + m H) + DBL_EPSILON G_a / 2) / (1 - 1.01 DBL_EPSILON S), ignoring
+//    the denormal terms added in the code. With G_l <= G_s + Z, Z = cost(l) - cost(s) solves to
+//    Z <= (m DBL_EPSILON + 2 E_s) / (1 - a), a the coefficient of Z in E_l. B itself comes from the cruder
+//    bound that every working value stays below 2R and every rounding below DBL_EPSILON (3R) / 2.
 //
-// Choosing theta - m * (delta0 + mu + 2 * delta) above m * DBL_EPSILON + 2 * m * B makes any other
-// assignment cost more than the steps' result can exceed the optimum, so the steps return s.
+// With theta - m * (delta0 + mu + 2 * delta) above that bound on Z, any other assignment costs more than
+// the steps' result can exceed the optimum, so the steps return s.
 #include "UniqueOptimumSolver.h"
 
+#include "NearOptimumSearch.h"
 #include "ShortestAugmentingPath.h"
 
 #include <algorithm>
@@ -39,69 +50,48 @@ namespace {
 
 // Elements above this are left to the steps: 4R must stay finite with room to spare.
 constexpr double kLargestElement = 1e300;
-// Tight edges beyond this many per short-side line end the proof early: such matrices are full of
+// Near-tight edges beyond this many per short-side line end the proof early: such matrices are full of
 // near-ties and the steps decide anyway.
-constexpr std::size_t kTightEdgesPerLine = 4;
+constexpr std::size_t kNearTightEdgesPerLine = 8;
 
-struct TightEdge {
+struct NearTightEdge {
     int line;    // short-side line
     int target;  // long-side line
+    double weight;
 };
 
-// True when the tight edges close an alternating cycle, or form an alternating path from a long-side line
-// unused by the solution to a used one whose dual is within theta of zero.
-bool tightEdgesAllowAnotherOptimum(std::vector<TightEdge> const& tight, std::vector<int> const& columnOfRow,
-                                   std::vector<double> const& columnDual, int nShort, int nLong,
-                                   double theta) {
+NearOptimumGraph buildGraph(std::vector<NearTightEdge> const& edges, std::vector<int> const& columnOfRow,
+                            std::vector<double> const& columnDual, int nShort, int nLong) {
     std::vector<int> rowOfColumn(nLong, -1);
     for (int row = 0; row < nShort; ++row)
         rowOfColumn[columnOfRow[row]] = row;
 
-    // Arc a -> b: line a can take the long-side line that b holds. Built as a compressed adjacency list.
-    std::vector<int> arcStart(nShort + 1, 0);
-    std::vector<char> reachesFree(nShort, 0);
-    for (TightEdge const& edge : tight) {
+    NearOptimumGraph graph;
+    graph.arcStart.assign(nShort + 1, 0);
+    graph.freeWeight.assign(nShort, std::numeric_limits<double>::infinity());
+    graph.releaseWeight.resize(nShort);
+    for (int row = 0; row < nShort; ++row)
+        graph.releaseWeight[row] = -columnDual[columnOfRow[row]];
+    for (NearTightEdge const& edge : edges) {
         if (rowOfColumn[edge.target] >= 0)
-            ++arcStart[edge.line + 1];
+            ++graph.arcStart[edge.line + 1];
         else
-            reachesFree[edge.line] = 1;
+            graph.freeWeight[edge.line] = std::min(graph.freeWeight[edge.line], edge.weight);
     }
     for (int row = 0; row < nShort; ++row)
-        arcStart[row + 1] += arcStart[row];
-    std::vector<int> arcHead(arcStart[nShort]);
-    std::vector<int> fill(arcStart.begin(), arcStart.end() - 1);
-    std::vector<int> inDegree(nShort, 0);
-    for (TightEdge const& edge : tight) {
+        graph.arcStart[row + 1] += graph.arcStart[row];
+    graph.arcHead.resize(graph.arcStart[nShort]);
+    graph.arcWeight.resize(graph.arcStart[nShort]);
+    std::vector<int> fill(graph.arcStart.begin(), graph.arcStart.end() - 1);
+    for (NearTightEdge const& edge : edges) {
         int const holder = rowOfColumn[edge.target];
         if (holder >= 0) {
-            arcHead[fill[edge.line]++] = holder;
-            ++inDegree[holder];
+            int const at = fill[edge.line]++;
+            graph.arcHead[at] = holder;
+            graph.arcWeight[at] = edge.weight;
         }
     }
-
-    // A cycle exists exactly when repeatedly removing lines without incoming arcs leaves some behind.
-    std::vector<int> queue;
-    queue.reserve(nShort);
-    for (int row = 0; row < nShort; ++row)
-        if (inDegree[row] == 0)
-            queue.push_back(row);
-    for (std::size_t at = 0; at < queue.size(); ++at)
-        for (int arc = arcStart[queue[at]]; arc < arcStart[queue[at] + 1]; ++arc)
-            if (--inDegree[arcHead[arc]] == 0)
-                queue.push_back(arcHead[arc]);
-    if (static_cast<int>(queue.size()) != nShort)
-        return true;
-
-    // Without cycles the arcs are acyclic; `queue` is a topological order. Walking it backwards, a line
-    // reaches a free long-side line if it has a tight edge to one or an arc to a line that does.
-    for (auto it = queue.rbegin(); it != queue.rend(); ++it) {
-        int const row = *it;
-        for (int arc = arcStart[row]; arc < arcStart[row + 1] && !reachesFree[row]; ++arc)
-            reachesFree[row] = reachesFree[arcHead[arc]];
-        if (reachesFree[row] && -columnDual[columnOfRow[row]] < theta)
-            return true;
-    }
-    return false;
+    return graph;
 }
 
 }  // namespace
@@ -121,17 +111,23 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     for (int line = 0; line < nShort; ++line)
         lines[line] = wide ? rowMajor[line].data() : distMatrixIn + static_cast<std::size_t>(nLong) * line;
 
+    // The largest element, and the sum L0 of the minima that the steps' first reduction subtracts.
     double largest = 0.0;
+    double reducedTotal = 0.0;
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
+        double lineMinimum = cost[0];
         for (int k = 0; k < nLong; ++k) {
             if (cost[k] < 0.0)
                 return UniqueOptimumOutcome::NotApplicable;
             largest = std::max(largest, cost[k]);
+            lineMinimum = std::min(lineMinimum, cost[k]);
         }
+        reducedTotal += lineMinimum;
     }
     double const m = nShort;
-    double const operationsPerElement = 1.0 + m * (m + 1.0);
+    double const adjustments = m * (m + 1.0) / 2.0;
+    double const operationsPerElement = 1.0 + 2.0 * adjustments;
     if (largest > kLargestElement || operationsPerElement * eps > 0.1)
         return UniqueOptimumOutcome::NotApplicable;
 
@@ -152,21 +148,35 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     if (!std::isfinite(largestRowDual) || !std::isfinite(largestColumnDual))
         return UniqueOptimumOutcome::NearTieFound;
 
-    // Bounds of part 2, then of part 1 (see the top of this file).
-    double const stepsRounding = 2.0 * operationsPerElement * (eps * (2.0 * largest + eps) * 1.01 + tiny);
-    double const stepsSlack = m * eps + 2.0 * m * stepsRounding;
+    // Bounds of part 2, then of part 1 (see the top of this file). delta0 is bounded in advance and
+    // checked after the pass over all reduced costs.
+    double optimumCost = 0.0;
+    for (int line = 0; line < nShort; ++line)
+        optimumCost += lines[line][columnOfRow[line]];
+    double const gap =
+        std::max(0.0, optimumCost - reducedTotal) + 2.0 * m * eps * (optimumCost + reducedTotal) + tiny;
+    double const cellRounding = operationsPerElement * (eps * 1.5 * (2.0 * largest + eps) * 1.01 + tiny) /
+                                (1.0 - 3.0 * operationsPerElement * eps);
+    double const adjustmentTotal = 1.01 * largest + cellRounding;
+    double const shrink = 1.0 - 1.01 * eps * adjustments;
+    double const optimumRounding = (1.01 * eps * (adjustments * gap + m * adjustmentTotal) + 0.5 * eps * gap +
+                                    operationsPerElement * m * tiny) /
+                                   shrink;
+    double const excessCoefficient = (1.01 * eps * adjustments + 0.5 * eps) / shrink;
+    double const stepsSlack = (m * eps + 2.0 * optimumRounding) / (1.0 - excessCoefficient) * 1.01;
     double const delta = 2.0 * eps * (largest + largestRowDual + largestColumnDual) + 4.0 * tiny;
-    double const delta0Allowed = stepsSlack / m;
+    double const delta0 = std::max(stepsSlack / m, 16.0 * delta);
     double mu = 0.0;
     for (int line = 0; line < nShort; ++line) {
         int const col = columnOfRow[line];
         mu = std::max(mu, std::fabs((lines[line][col] - u[line]) - v[col]));
     }
-    double const theta = (stepsSlack + m * (delta0Allowed + mu + 2.0 * delta)) * (1.0 + 1e-6) + tiny;
-    double const tightBelow = theta + delta;
+    double const theta = (stepsSlack + m * (delta0 + mu + 2.0 * delta)) * (1.0 + 1e-6) + tiny;
+    // Sums of up to 2m weights computed in double stay below (1 + 1e-9) times their exact value.
+    double const limit = theta * (1.0 + 1e-9);
 
-    std::vector<TightEdge> tight;
-    std::size_t const maxTight = kTightEdgesPerLine * static_cast<std::size_t>(nShort) + 64;
+    std::vector<NearTightEdge> edges;
+    std::size_t const maxEdges = kNearTightEdgesPerLine * static_cast<std::size_t>(nShort) + 64;
     double lowestReduced = 0.0;
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
@@ -175,16 +185,16 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
         for (int k = 0; k < nLong; ++k) {
             double const reduced = (cost[k] - rowDual) - v[k];
             lowestReduced = std::min(lowestReduced, reduced);
-            if (reduced < tightBelow && k != assigned) {
-                if (tight.size() == maxTight)
+            if (reduced < limit && k != assigned) {
+                if (edges.size() == maxEdges)
                     return UniqueOptimumOutcome::NearTieFound;
-                tight.push_back(TightEdge{line, k});
+                edges.push_back(NearTightEdge{line, k, reduced + delta0});
             }
         }
     }
-    if (-lowestReduced > delta0Allowed)
+    if (-lowestReduced > delta0)
         return UniqueOptimumOutcome::NearTieFound;
-    if (tightEdgesAllowAnotherOptimum(tight, columnOfRow, v, nShort, nLong, theta))
+    if (anotherAssignmentWithin(buildGraph(edges, columnOfRow, v, nShort, nLong), limit))
         return UniqueOptimumOutcome::NearTieFound;
 
     if (wide) {

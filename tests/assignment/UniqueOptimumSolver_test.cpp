@@ -262,4 +262,29 @@ TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheStatedStepsAndMatc
     EXPECT_GE(steps, 18);
 }
 
+// Rows that nearly repeat another row put a second assignment at a chosen distance from the optimum,
+// from far above the proof's margin down to below the rounding of the steps; whichever route runs, the
+// result is the steps' result.
+TEST(UniqueOptimumSolver, NearRepeatedRowsGiveTheStatedStepsResultAtEveryDistance) {
+    std::mt19937 engine(1234);
+    for (int exponent = 3; exponent <= 16; ++exponent) {
+        for (int trial = 0; trial < 6; ++trial) {
+            int const nRows = 8 + static_cast<int>(engine() % 20);
+            int const nCols = 8 + static_cast<int>(engine() % 20);
+            Matrix matrix = uniformMatrix(engine, nRows, nCols);
+            int const copyTo = static_cast<int>(engine() % nRows);
+            int const copyFrom = (copyTo + 1) % nRows;
+            matrix[copyTo] = matrix[copyFrom];
+            for (double& element : matrix[copyTo])
+                element += std::ldexp(static_cast<double>(engine() % 1000) / 1000.0, -3 * exponent / 2 - 10);
+            std::vector<int> assignment;
+            double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+            std::vector<int> stepsAssignment;
+            double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+            ASSERT_EQ(assignment, stepsAssignment) << "exponent " << exponent << " trial " << trial;
+            ASSERT_TRUE(sameBits(cost, stepsCost)) << "exponent " << exponent << " trial " << trial;
+        }
+    }
+}
+
 }  // namespace
