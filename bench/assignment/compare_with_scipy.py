@@ -1,0 +1,125 @@
+#!/usr/bin/python3
+"""Times HungarianAlgorithm::Solve next to scipy.optimize.linear_sum_assignment on the same matrices.
+
+Usage: bench/assignment/compare_with_scipy.py BUILD_DIR [--repetitions N] [--quick]
+
+BUILD_DIR is a (Release) build folder in which the target `assignment_driver` has been built. For every
+case, matrices are drawn from fixed seeds with numpy, written to a temporary file, solved by the driver
+(median of N calls inside one process) and by scipy (median of N calls), and compared: the library must
+return an optimal cost, and where the fast route proved the optimum unique, exactly scipy's assignment.
+The table reports the medians, their ratio and how often the Munkres steps (the tie route) ran.
+"""
+import argparse
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+import numpy as np
+from scipy.optimize import linear_sum_assignment
+
+CASES = [  # (label, rows, columns, kind, number of seeds)
+    ("uniform", 100, 100, "uniform", 5),
+    ("uniform", 500, 500, "uniform", 3),
+    ("uniform", 1000, 1000, "uniform", 3),
+    ("uniform", 2000, 2000, "uniform", 2),
+    ("integers 0..9", 100, 100, "integers", 5),
+    ("integers 0..9", 500, 500, "integers", 3),
+    ("integers 0..9", 1000, 1000, "integers", 3),
+    ("integers 0..9", 2000, 2000, "integers", 2),
+    ("uniform", 500, 1000, "uniform", 3),
+    ("uniform", 1000, 500, "uniform", 3),
+    ("integers 0..9", 500, 1000, "integers", 3),
+    ("integers 0..9", 1000, 500, "integers", 3),
+]
+
+
+def make_matrix(rows, cols, kind, seed):
+    rng = np.random.default_rng(seed)
+    if kind == "uniform":
+        return rng.random((rows, cols))
+    return rng.integers(0, 10, (rows, cols)).astype(np.float64)
+
+
+def write_matrix(path, matrix):
+    with open(path, "wb") as out:
+        np.array(matrix.shape, dtype="<i8").tofile(out)
+        np.ascontiguousarray(matrix, dtype="<f8").tofile(out)
+
+
+def row_order_cost(matrix, assignment):
+    total = 0.0
+    for row, col in enumerate(assignment):
+        if col >= 0:
+            total += float(matrix[row, col])
+    return total
+
+
+def run_library(driver, path, repetitions):
+    output = subprocess.run([driver, path, str(repetitions)], check=True, capture_output=True, text=True).stdout
+    header, assignment_line = output.strip().split("\n")
+    fields = dict(item.split("=") for item in header.split())
+    assignment = [int(value) for value in assignment_line.split()]
+    return fields["route"], float(fields["cost"]), float(fields["median_seconds"]), assignment
+
+
+def run_scipy(matrix, repetitions):
+    seconds = []
+    for _ in range(repetitions):
+        start = time.perf_counter()
+        rows, cols = linear_sum_assignment(matrix)
+        seconds.append(time.perf_counter() - start)
+    assignment = [-1] * matrix.shape[0]
+    for row, col in zip(rows, cols):
+        assignment[row] = int(col)
+    return row_order_cost(matrix, assignment), statistics.median(seconds), assignment
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build_dir")
+    parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--quick", action="store_true", help="one seed per case, n <= 1000")
+    args = parser.parse_args()
+    driver = os.path.join(args.build_dir, "bench", "assignment", "assignment_driver")
+    if not os.access(driver, os.X_OK):
+        sys.exit(f"{driver} not found: build the target assignment_driver first")
+
+    print(f"{'case':<15} {'shape':>11} {'seeds':>5} {'tie route':>9} {'library s':>10} {'scipy s':>10} "
+          f"{'ratio':>6}  check")
+    failures = 0
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "matrix.bin")
+        for label, rows, cols, kind, seeds in CASES:
+            if args.quick and (rows > 1000 or cols > 1000):
+                continue
+            seeds = 1 if args.quick else seeds
+            library_times, scipy_times, steps, checks = [], [], 0, []
+            for seed in range(1, seeds + 1):
+                matrix = make_matrix(rows, cols, kind, 1000 * rows + cols + seed)
+                write_matrix(path, matrix)
+                route, cost, seconds, assignment = run_library(driver, path, args.repetitions)
+                scipy_cost, scipy_seconds, scipy_assignment = run_scipy(matrix, args.repetitions)
+                library_times.append(seconds)
+                scipy_times.append(scipy_seconds)
+                steps += route == "steps"
+                optimal = abs(cost - scipy_cost) <= 1e-9 * max(1.0, abs(scipy_cost))
+                consistent = abs(row_order_cost(matrix, assignment) - cost) == 0.0
+                same = assignment == scipy_assignment
+                if not (optimal and consistent) or (route == "proved" and not same):
+                    failures += 1
+                    checks.append("FAIL")
+                else:
+                    checks.append("same assignment" if same else "other optimum")
+            library = statistics.median(library_times)
+            scipy_median = statistics.median(scipy_times)
+            print(f"{label:<15} {rows:>5}x{cols:<5} {seeds:>5} {steps:>9} {library:>10.4f} {scipy_median:>10.4f} "
+                  f"{library / scipy_median:>6.2f}  {', '.join(sorted(set(checks)))}", flush=True)
+    if failures:
+        sys.exit(f"{failures} matrices failed the checks")
+
+
+if __name__ == "__main__":
+    main()
