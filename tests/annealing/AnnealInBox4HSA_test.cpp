@@ -223,4 +223,15 @@ TEST(AnnealInBox4HSA, ConstantObjectiveStopsAfterTwoSamples) {
     EXPECT_EQ(found.bestValue, 1.0);
 }
 
+TEST(AnnealInBox4HSA, UndefinedObjectiveValuesEndTheRunQuickly) {
+    Kestrel::Objective4HSA const undefined = [](std::vector<double> const&) { return std::nan(""); };
+    Kestrel::Gradient4HSA const level = [](std::vector<double> const&, std::vector<double>& g) {
+        g.assign(g.size(), 0.0);
+    };
+    AnnealingResult4HSA const found =
+        Kestrel::annealInBox4HSA(undefined, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
+    EXPECT_EQ(found.samples, 2u);  // an undefined temperature stops the cooling at once
+    EXPECT_EQ(found.finalPosition.size(), 1u);
+}
+
 }  // namespace
