@@ -16,9 +16,10 @@ namespace {
 using Kestrel::assignment::elementIndex;
 
 // Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
-// the lowest uncovered column holding a zero; the starred columns end up covered.
-void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumns, int nOfRows,
-                       int nOfColumns) {
+// the lowest uncovered column holding a zero; the starred columns end up covered. Stars go into both star
+// matrices and into starColumn (the star's column per row).
+void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix, int* starColumn,
+                       bool* coveredColumns, int nOfRows, int nOfColumns) {
     std::unique_ptr<double[]> rowMinimum(new double[static_cast<std::size_t>(nOfRows)]);
     for (int row = 0; row < nOfRows; ++row)
         rowMinimum[row] = distMatrix[row];
@@ -38,6 +39,8 @@ void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumn
             std::size_t const index = elementIndex(row, col, nOfRows);
             if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredColumns[col]) {
                 starMatrix[index] = true;
+                newStarMatrix[index] = true;
+                starColumn[row] = col;
                 coveredColumns[col] = true;
                 break;
             }
@@ -45,9 +48,10 @@ void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumn
 }
 
 // Column reduction and first stars for a matrix taller than wide: one star per column at most, in the
-// lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again.
-void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* coveredColumns, bool* coveredRows,
-                          int nOfRows, int nOfColumns) {
+// lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again. Stars
+// are recorded as by reduceRowsAndStar.
+void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix, int* starColumn,
+                          bool* coveredColumns, bool* coveredRows, int nOfRows, int nOfColumns) {
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
         double minValue = column[0];
@@ -62,6 +66,8 @@ void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* coveredCol
             std::size_t const index = elementIndex(row, col, nOfRows);
             if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredRows[row]) {
                 starMatrix[index] = true;
+                newStarMatrix[index] = true;
+                starColumn[row] = col;
                 coveredColumns[col] = true;
                 coveredRows[row] = true;
                 break;
@@ -86,18 +92,32 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     int const nOfRows = shape.rows;
     int const nOfColumns = shape.columns;
 
+    using Kestrel::assignment::findUniqueOptimum;
+    using Kestrel::assignment::UniqueOptimumOutcome;
+    std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
+    double cost = 0.0;
+
+    // A matrix that is not taller than wide hands its rows to the fast route directly; the column-major
+    // copy is made only when the steps run. The cost adds the same cells in the same row order as
+    // computeassignmentcost, read from the caller's rows (every row is assigned).
+    bool const wide = nOfRows <= nOfColumns;
+    if (allowUniqueOptimumRoute && wide &&
+        findUniqueOptimum(DistMatrix, nullptr, shape, assignment.get()) == UniqueOptimumOutcome::Proved) {
+        for (int row = 0; row < nOfRows; ++row)
+            cost += DistMatrix[row][assignment[row]];
+        Assignment.assign(assignment.get(), assignment.get() + nOfRows);
+        return cost;
+    }
+
     std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
     for (int row = 0; row < nOfRows; ++row) {
         double const* values = DistMatrix[row].data();
         for (int col = 0; col < nOfColumns; ++col)
             distMatrixIn[elementIndex(row, col, nOfRows)] = values[col];
     }
-
-    std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
-    double cost = 0.0;
-    if (allowUniqueOptimumRoute &&
-        Kestrel::assignment::findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
-            Kestrel::assignment::UniqueOptimumOutcome::Proved)
+    if (allowUniqueOptimumRoute && !wide &&
+        findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+            UniqueOptimumOutcome::Proved)
         computeassignmentcost(assignment.get(), &cost, distMatrixIn.get(), nOfRows);
     else
         assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
@@ -134,10 +154,12 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
     int minDim;
     if (nOfRows <= nOfColumns) {
         minDim = nOfRows;
-        reduceRowsAndStar(distMatrix.get(), starMatrix, coveredColumns, nOfRows, nOfColumns);
+        reduceRowsAndStar(distMatrix.get(), starMatrix, newStarMatrix, assignment, coveredColumns, nOfRows,
+                          nOfColumns);
     } else {
         minDim = nOfColumns;
-        reduceColumnsAndStar(distMatrix.get(), starMatrix, coveredColumns, coveredRows, nOfRows, nOfColumns);
+        reduceColumnsAndStar(distMatrix.get(), starMatrix, newStarMatrix, assignment, coveredColumns,
+                             coveredRows, nOfRows, nOfColumns);
     }
 
     // The steps hand over to each other by returning the next one; this loop keeps the stack flat however

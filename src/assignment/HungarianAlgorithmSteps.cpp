@@ -2,6 +2,11 @@
 // zeros, augmenting along alternating paths of primes and stars, and adjusting the working matrix. Every
 // scan runs in ascending column, then row order, since those orders decide which of several optimal
 // assignments is returned.
+//
+// While the steps run, `assignment[row]` holds the column of the star in that row (-1 for none), kept in
+// step with `starMatrix`: a row or column holds at most one star, so this is the first star of the row
+// that a scan of `starMatrix` would find, without the scan. `buildassignmentvector` writes the final
+// values from `starMatrix` at the end.
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "MatrixCheck.h"
@@ -19,36 +24,28 @@ bool isZero(double value) {
     return std::fabs(value) < DBL_EPSILON;
 }
 
-// Column of the first star in `row` (columns in ascending order), or -1.
-int findStarInRow(bool const* starMatrix, int row, int nOfRows, int nOfColumns) {
-    for (int col = 0; col < nOfColumns; ++col)
-        if (starMatrix[elementIndex(row, col, nOfRows)])
-            return col;
-    return -1;
-}
-
 // Row of the first star in `col` (rows in ascending order), or -1.
 int findStarInColumn(bool const* starMatrix, int col, int nOfRows) {
     bool const* column = starMatrix + elementIndex(0, col, nOfRows);
-    for (int row = 0; row < nOfRows; ++row)
-        if (column[row])
-            return row;
-    return -1;
+    void const* star = std::memchr(column, true, static_cast<std::size_t>(nOfRows));
+    return star == nullptr ? -1 : static_cast<int>(static_cast<bool const*>(star) - column);
 }
 
 // Column of the first prime in `row` (columns in ascending order), or -1.
 int findPrimeInRow(bool const* primeMatrix, int row, int nOfRows, int nOfColumns) {
-    return findStarInRow(primeMatrix, row, nOfRows, nOfColumns);
+    for (int col = 0; col < nOfColumns; ++col)
+        if (primeMatrix[elementIndex(row, col, nOfRows)])
+            return col;
+    return -1;
 }
 
 }  // namespace
 
-HungarianAlgorithm::NextStep HungarianAlgorithm::step2a(int*, double*, bool* starMatrix, bool*, bool*,
-                                                        bool* coveredColumns, bool*, int nOfRows,
-                                                        int nOfColumns, int) {
-    for (int col = 0; col < nOfColumns; ++col)
-        if (findStarInColumn(starMatrix, col, nOfRows) >= 0)
-            coveredColumns[col] = true;
+HungarianAlgorithm::NextStep HungarianAlgorithm::step2a(int* assignment, double*, bool*, bool*, bool*,
+                                                        bool* coveredColumns, bool*, int nOfRows, int, int) {
+    for (int row = 0; row < nOfRows; ++row)
+        if (assignment[row] >= 0)
+            coveredColumns[assignment[row]] = true;
     return NextStep::Step2b;
 }
 
@@ -66,7 +63,7 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step2b(int* assignment, double*
     return NextStep::Step3;
 }
 
-HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int*, double* distMatrix, bool* starMatrix, bool*,
+HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int* assignment, double* distMatrix, bool*, bool*,
                                                        bool* primeMatrix, bool* coveredColumns,
                                                        bool* coveredRows, int nOfRows, int nOfColumns, int,
                                                        int* primeRow, int* primeCol) {
@@ -78,10 +75,10 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int*, double* distMatrix,
                 continue;
             double const* column = distMatrix + elementIndex(0, col, nOfRows);
             for (int row = 0; row < nOfRows; ++row) {
-                if (coveredRows[row] || !isZero(column[row]))
+                if (!isZero(column[row]) || coveredRows[row])
                     continue;
                 primeMatrix[elementIndex(row, col, nOfRows)] = true;
-                int const starCol = findStarInRow(starMatrix, row, nOfRows, nOfColumns);
+                int const starCol = assignment[row];
                 if (starCol < 0) {
                     *primeRow = row;
                     *primeCol = col;
@@ -97,24 +94,32 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int*, double* distMatrix,
     return NextStep::Step5;
 }
 
-HungarianAlgorithm::NextStep HungarianAlgorithm::step4(int*, double*, bool* starMatrix, bool* newStarMatrix,
-                                                       bool* primeMatrix, bool*, bool* coveredRows,
-                                                       int nOfRows, int nOfColumns, int, int row, int col) {
-    std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
-    std::memcpy(newStarMatrix, starMatrix, nOfElements * sizeof(bool));
-    newStarMatrix[elementIndex(row, col, nOfRows)] = true;
-
+HungarianAlgorithm::NextStep HungarianAlgorithm::step4(int* assignment, double*, bool* starMatrix,
+                                                       bool* newStarMatrix, bool* primeMatrix, bool*,
+                                                       bool* coveredRows, int nOfRows, int nOfColumns, int,
+                                                       int row, int col) {
+    // newStarMatrix equals starMatrix between augmentations, so the stated copies reduce to writing each
+    // change of the path into both. A column's star is looked up before that column changes, so every
+    // search sees starMatrix as it stood when this step began (a path visits each column once).
+    auto setStar = [&](int starRow, int starCol, bool value) {
+        std::size_t const index = elementIndex(starRow, starCol, nOfRows);
+        newStarMatrix[index] = value;
+        starMatrix[index] = value;
+    };
     int starRow = findStarInColumn(starMatrix, col, nOfRows);
+    setStar(row, col, true);
+    assignment[row] = col;
     while (starRow >= 0) {
-        newStarMatrix[elementIndex(starRow, col, nOfRows)] = false;
         int const primeColumn = findPrimeInRow(primeMatrix, starRow, nOfRows, nOfColumns);
-        newStarMatrix[elementIndex(starRow, primeColumn, nOfRows)] = true;
+        int const nextStarRow = findStarInColumn(starMatrix, primeColumn, nOfRows);
+        setStar(starRow, col, false);
+        setStar(starRow, primeColumn, true);
+        assignment[starRow] = primeColumn;
         col = primeColumn;
-        starRow = findStarInColumn(starMatrix, col, nOfRows);
+        starRow = nextStarRow;
     }
 
-    std::memcpy(starMatrix, newStarMatrix, nOfElements * sizeof(bool));
-    std::memset(primeMatrix, 0, nOfElements * sizeof(bool));
+    std::memset(primeMatrix, 0, elementIndex(0, nOfColumns, nOfRows) * sizeof(bool));
     std::memset(coveredRows, 0, static_cast<std::size_t>(nOfRows) * sizeof(bool));
     return NextStep::Step2a;
 }

@@ -54,6 +54,10 @@ constexpr double kLargestElement = 1e300;
 // near-ties and the steps decide anyway.
 constexpr std::size_t kNearTightEdgesPerLine = 8;
 
+// When more than one line in this many holds its minimum twice or more, the matrix is full of exact ties
+// and the proof is not attempted (it would almost surely fail): the steps decide at once.
+constexpr int kRepeatedMinimumShare = 8;
+
 struct NearTightEdge {
     int line;    // short-side line
     int target;  // long-side line
@@ -111,20 +115,32 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     for (int line = 0; line < nShort; ++line)
         lines[line] = wide ? rowMajor[line].data() : distMatrixIn + static_cast<std::size_t>(nLong) * line;
 
-    // The largest element, and the sum L0 of the minima that the steps' first reduction subtracts.
+    // The largest element, the sum L0 of the minima that the steps' first reduction subtracts, and how
+    // many lines hold their minimum more than once.
     double largest = 0.0;
     double reducedTotal = 0.0;
+    int linesWithRepeatedMinimum = 0;
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
         double lineMinimum = cost[0];
+        int minimumCount = 0;
         for (int k = 0; k < nLong; ++k) {
-            if (cost[k] < 0.0)
+            double const value = cost[k];
+            if (value < 0.0)
                 return UniqueOptimumOutcome::NotApplicable;
-            largest = std::max(largest, cost[k]);
-            lineMinimum = std::min(lineMinimum, cost[k]);
+            largest = std::max(largest, value);
+            if (value < lineMinimum) {
+                lineMinimum = value;
+                minimumCount = 1;
+            } else if (value == lineMinimum) {
+                ++minimumCount;
+            }
         }
         reducedTotal += lineMinimum;
+        linesWithRepeatedMinimum += minimumCount > 1;
     }
+    if (linesWithRepeatedMinimum > nShort / kRepeatedMinimumShare)
+        return UniqueOptimumOutcome::NearTieFound;
     double const m = nShort;
     double const adjustments = m * (m + 1.0) / 2.0;
     double const operationsPerElement = 1.0 + 2.0 * adjustments;

@@ -17,7 +17,8 @@ enum class UniqueOptimumOutcome {
     NearTieFound,   // another assignment may come within the margin: the steps decide
 };
 
-// rowMajor is the caller's matrix, distMatrixIn its column-major copy (nRows + nRows * col indexing).
+// rowMajor is the caller's matrix, distMatrixIn its column-major copy (row + nRows * col indexing), which
+// is read only for a matrix taller than wide and may be null otherwise.
 // On `Proved`, assignment[row] holds the column of each row (-1 for rows left out of a tall matrix),
 // which is the assignment the Munkres steps produce for this matrix. Otherwise `assignment` is untouched.
 UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& rowMajor,
