@@ -14,6 +14,10 @@ namespace Kestrel {
 
 namespace {
 
+// Below this many weight additions a population is drawn on the calling thread: starting a team of
+// threads would cost more than it saves. The result is the same either way.
+constexpr std::size_t kParallelWork = std::size_t{1} << 16;
+
 // Selections built side by side by one worker. The running sums of a walk form one long chain of
 // dependent additions; walking several selections at once lets their chains overlap in the processor.
 constexpr int kLanes = 4;
@@ -121,17 +125,22 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     }
     std::size_t const batches = (count + kLanes - 1) / kLanes;
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(detail::threadSlots()));
-    detail::parallelForStatic(static_cast<std::ptrdiff_t>(batches), [&](std::ptrdiff_t batch, int thread) {
-        std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-        double const* const batchDraws = draws.data() + first * length;
-        if (first + kLanes <= count) {
-            drawPaths<kLanes>(batchDraws, length, &paths[first], scratch[thread], exclusionLists);
-        } else {
-            for (std::size_t i = first; i < count; ++i) {
-                drawPaths<1>(draws.data() + i * length, length, &paths[i], scratch[thread], exclusionLists);
+    bool const parallel = count * length * width_ >= kParallelWork;
+    detail::parallelForStatic(
+        static_cast<std::ptrdiff_t>(batches),
+        [&](std::ptrdiff_t batch, int thread) {
+            std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
+            double const* const batchDraws = draws.data() + first * length;
+            if (first + kLanes <= count) {
+                drawPaths<kLanes>(batchDraws, length, &paths[first], scratch[thread], exclusionLists);
+            } else {
+                for (std::size_t i = first; i < count; ++i) {
+                    drawPaths<1>(draws.data() + i * length, length, &paths[i], scratch[thread],
+                                 exclusionLists);
+                }
             }
-        }
-    });
+        },
+        parallel);
 }
 
 // Draws the selections paths[0 ... Lanes - 1], lane k from draws[k * pathLength ...], in lockstep.

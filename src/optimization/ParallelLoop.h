@@ -15,14 +15,15 @@
 namespace Kestrel {
 namespace detail {
 
-// Calls body(index, thread) for index = 0 ... count - 1 in an OpenMP parallel loop with static scheduling.
+// Calls body(index, thread) for index = 0 ... count - 1 in an OpenMP parallel loop with static scheduling
+// (on the calling thread alone when `parallel` is false, for work too small to be worth a team).
 // `thread` is the worker's number in 0 ... threadSlots() - 1, for per-thread scratch buffers.
 template <class Body>
-void parallelForStatic(std::ptrdiff_t count, Body&& body) {
+void parallelForStatic(std::ptrdiff_t count, Body&& body, bool parallel = true) {
     int const slots = omp_get_max_threads();
     std::vector<std::ptrdiff_t> failedIndex(static_cast<std::size_t>(slots), count);
     std::vector<std::exception_ptr> failure(static_cast<std::size_t>(slots));
-#pragma omp parallel num_threads(slots)
+#pragma omp parallel num_threads(slots) if (parallel)
     {
         int const thread = omp_get_thread_num();
 #pragma omp for schedule(static)

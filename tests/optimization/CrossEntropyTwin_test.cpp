@@ -25,11 +25,15 @@ class ThreadCount : public ::testing::TestWithParam<int> {
 TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 300; ++trial) {
-        int const rows = 1 + static_cast<int>(random() % 12);
+        // One trial in ten is large enough to be drawn by a team of threads; the others run on one.
+        bool const large = trial % 10 == 0;
+        int const rows = large ? 30 + static_cast<int>(random() % 20)
+                               : 1 + static_cast<int>(random() % (trial % 2 == 0 ? 12 : 40));
         auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 4 == 0 ? 0.6 : 0.15,
                                                             trial % 5 == 0 ? 0.3 : 0.0);
-        int const paths = static_cast<int>(random() % 40);
-        int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 2));
+        int const paths = large ? 300 + static_cast<int>(random() % 200) : static_cast<int>(random() % 40);
+        int const pathLength = large ? 10 + static_cast<int>(random() % 10)
+                                     : static_cast<int>(random() % static_cast<unsigned>(rows + 2));
         unsigned int const seed = trial % 2 == 0 ? 193u : static_cast<unsigned>(random());
         bool const grouped = trial % 3 == 0 && rows > 1;
         auto const lists = grouped ? LiteralCrossEntropy::exclusionLists(
@@ -53,10 +57,27 @@ TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
     }
 }
 
-TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
-    std::mt19937 random(5);
-    for (int trial = 0; trial < 150; ++trial) {
-        int const rows = 1 + static_cast<int>(random() % 9);
+// Shape of the random problems of one property test.
+struct TrialShape {
+    int trials;
+    int minRows;
+    int maxRows;
+    double maxSampleFactor;
+    int maxIterations;      // drawn from 0 ... maxIterations
+    int baseShare;          // one trial in baseShare has basePopulation 0
+    int maxBasePopulation;  // otherwise drawn from 1 ... maxBasePopulation
+    bool alwaysCallback;
+};
+
+// Runs the library and the plain transcription on random problems of the given shape, twice in a row on
+// the same objects, and compares return values, results, evaluation counts and every matrix the callback
+// receives, bit for bit.
+void compareOptimize(unsigned int seed, TrialShape const& shape) {
+    std::mt19937 random(seed);
+    for (int trial = 0; trial < shape.trials; ++trial) {
+        int const rows =
+            shape.minRows +
+            static_cast<int>(random() % static_cast<unsigned>(shape.maxRows - shape.minRows + 1));
         auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1,
                                                             trial % 7 == 0 ? 0.2 : 0.0);
         int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 1));
@@ -69,13 +90,16 @@ TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
         std::uniform_real_distribution<double> unit(0.0, 1.0);
         double const smoothing = trial % 2 == 0 ? 0.8 : unit(random);
         double const quantile = trial % 2 == 0 ? 0.05 : unit(random);
-        double const sampleFactor = 0.5 + 4.5 * unit(random);
+        double const sampleFactor = 0.5 + (shape.maxSampleFactor - 0.5) * unit(random);
         int const stallIterations = static_cast<int>(random() % 5);
         bool const checkBestStall = random() % 2 == 0;
-        int const maxIterations = static_cast<int>(random() % 14);
+        int const maxIterations = static_cast<int>(random() % static_cast<unsigned>(shape.maxIterations + 1));
         int const dynamics = static_cast<int>(random() % 2);
-        int const basePopulation = random() % 2 == 0 ? 0 : 1 + static_cast<int>(random() % 15);
-        bool const withCallback = random() % 2 == 0;
+        int const basePopulation =
+            random() % static_cast<unsigned>(shape.baseShare) == 0
+                ? 0
+                : 1 + static_cast<int>(random() % static_cast<unsigned>(shape.maxBasePopulation));
+        bool const withCallback = shape.alwaysCallback || random() % 2 == 0;
 
         // Both callbacks record the matrix they receive and change it the same way.
         std::vector<std::vector<std::vector<double>>> literalSeen;
@@ -135,6 +159,18 @@ TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
         ASSERT_EQ(expectedAgain, actualAgain) << "trial " << trial;
         ASSERT_EQ(state.numberOfEvaluations, optimiser.getNumberOfEvaluations()) << "trial " << trial;
     }
+}
+
+TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
+    compareOptimize(5, {150, 1, 9, 5.0, 13, 2, 15, false});
+}
+
+TEST_P(ThreadCount, OptimizeWithCappedPopulationsAndCallbacksMatchesPlainTranscription) {
+    compareOptimize(6, {100, 2, 9, 3.0, 13, 8, 6, true});
+}
+
+TEST_P(ThreadCount, OptimizeOnWiderMatricesMatchesPlainTranscription) {
+    compareOptimize(7, {12, 10, 30, 1.2, 6, 2, 40, false});
 }
 
 INSTANTIATE_TEST_SUITE_P(OneAndTwoThreads, ThreadCount, ::testing::Values(1, 2));
