@@ -66,7 +66,7 @@ std::vector<std::vector<std::uint32_t>> drawPositions(std::size_t pointCount, st
 void choosePositions(std::vector<std::vector<std::uint32_t>>& positions, std::size_t pointCount) {
     std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
     sampling::ParallelExceptions errors;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (pointCount >= sampling::kLeastPointsForThreads)
     for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
         try {
             sampling::RemainingIndices remaining(pointCount);

@@ -17,11 +17,12 @@ namespace Kestrel {
 namespace sampling {
 namespace {
 
-constexpr double kSlackPerScale = 1e-12;               // bound slack relative to the coordinate magnitude
-constexpr double kSmallestSafeScale = 1e-100;          // below: squared distances may lose all precision
-constexpr double kLargestSafeScale = 1e100;            // above: squared distances may overflow
-constexpr std::ptrdiff_t kParallelThreshold = 8192;    // fewer candidates: a serial loop is as fast
-constexpr std::size_t kMostCentresForHalfGaps = 1024;  // the O(k^2) centre gaps pay off up to here
+constexpr double kSlackPerScale = 1e-12;                 // bound slack relative to the coordinate magnitude
+constexpr double kSmallestSafeScale = 1e-100;            // below: squared distances may lose all precision
+constexpr double kLargestSafeScale = 1e100;              // above: squared distances may overflow
+constexpr std::ptrdiff_t kParallelThreshold = 8192;      // fewer candidates: a serial loop is as fast
+constexpr std::ptrdiff_t kLeastCentresForThreads = 512;  // fewer: the O(k^2) gaps are quick serially
+constexpr std::size_t kMostCentresForHalfGaps = 1024;    // the O(k^2) centre gaps pay off up to here
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 double squaredDistance(Point const& a, Point const& b) {
@@ -142,7 +143,7 @@ class BoundedAssignment {
             return;
         }
         std::ptrdiff_t const centreCount = static_cast<std::ptrdiff_t>(k);
-#pragma omp parallel for schedule(static) if (centreCount >= 64)
+#pragma omp parallel for schedule(static) if (centreCount >= kLeastCentresForThreads)
         for (std::ptrdiff_t c = 0; c < centreCount; ++c) {
             double nearest = kInfinity;
             for (std::size_t other = 0; other < k; ++other) {

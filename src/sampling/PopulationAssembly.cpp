@@ -34,7 +34,7 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
     std::vector<double> table(count * pointLength);
     std::ptrdiff_t const entries = static_cast<std::ptrdiff_t>(named.size());
     ParallelExceptions errors;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count >= kLeastPointsForThreads)
     for (std::ptrdiff_t k = 0; k < entries; ++k) {
         try {
             std::size_t const entry = static_cast<std::size_t>(k);
@@ -71,7 +71,7 @@ void assemblePoints(std::vector<Candidates const*> const& named,
         oneLength ? flatTable(named, chosen, pointLength) : std::vector<double>();
     std::ptrdiff_t const pointCount = static_cast<std::ptrdiff_t>(count);
     ParallelExceptions errors;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count >= kLeastPointsForThreads)
     for (std::ptrdiff_t p = 0; p < pointCount; ++p) {
         try {
             std::size_t const i = static_cast<std::size_t>(p);

@@ -13,6 +13,9 @@ namespace sampling {
 using Candidates = CartesianProductSampler::Candidates;
 using Population = CartesianProductSampler::Population;
 
+// Smaller populations are built on the calling thread alone: waking threads would cost more than it saves.
+constexpr std::size_t kLeastPointsForThreads = 20000;
+
 // Fills `points` (already sized to the number of points) in parallel; each point reserves `pointLength`
 // coordinates first. Throws std::bad_alloc when memory runs out (the first failing point's exception).
 void assemblePoints(std::vector<Candidates const*> const& named,

@@ -242,7 +242,7 @@ TEST(CartesianProductSampler, FastPathEqualsPlainMethodOnRandomInputs) {
 
 TEST(CartesianProductSampler, OneAndTwoThreadsGiveIdenticalPopulations) {
     std::mt19937 engine(7);
-    Factors const factors = randomFactors(engine, 4, 5000);
+    Factors const factors = randomFactors(engine, 4, 30000);  // enough points for the parallel loops
     std::vector<int> const order{0, 1, 2, 3, 1};
     int const threads = omp_get_max_threads();
     omp_set_num_threads(1);

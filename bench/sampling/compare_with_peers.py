@@ -1,0 +1,94 @@
+#!/usr/bin/python3
+"""Times the library's population samplers next to the samplers of Debian's python3-scipy and
+python3-sklearn, in one run, on the same inputs.
+
+  CartesianProductSampler (four factors of N one-coordinate candidates)
+      vs scipy.stats.qmc.LatinHypercube(d=4).random(N)          for N = 1e4, 1e5, 1e6
+  DomainSampler2D (n samples from 100 * n candidates uniform in the unit square)
+      vs sklearn.cluster.KMeans(n, init="k-means++", n_init=1, max_iter=max(n, 100)) on the same candidates
+                                                                 for n = 5, 50, 300
+
+Usage: bench/sampling/compare_with_peers.py [--build BUILD_DIR] [--repetitions R]
+The build folder must hold bench/sampling/sampling_peer_timing (a Release build gives meaningful figures).
+Prints the median wall time of R repetitions of each and the ratio library / peer (below 1: the library
+is faster). Both sides use the threads OMP_NUM_THREADS allows (all cores by default).
+"""
+import argparse
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+import numpy as np
+from scipy.stats import qmc
+from sklearn.cluster import KMeans
+
+
+def median_seconds(run, repetitions):
+    times = []
+    for _ in range(repetitions):
+        start = time.perf_counter()
+        run()
+        times.append(time.perf_counter() - start)
+    return statistics.median(times)
+
+
+def library_seconds(driver, *arguments):
+    output = subprocess.run([driver, *map(str, arguments)], check=True, capture_output=True, text=True)
+    return float(output.stdout.strip())
+
+
+def compare_latin_hypercube(driver, repetitions):
+    rows = []
+    for points in (10**4, 10**5, 10**6):
+        library = library_seconds(driver, "lhs", points, repetitions)
+        peer = median_seconds(lambda: qmc.LatinHypercube(d=4, seed=0).random(points), repetitions)
+        rows.append(("CartesianProductSampler", f"N={points}", "LatinHypercube(d=4)", library, peer, ""))
+    return rows
+
+
+def compare_domain_sampler(driver, repetitions):
+    rows = []
+    for samples in (5, 50, 300):
+        candidates = np.random.default_rng(samples).random((100 * samples, 2))
+        with tempfile.NamedTemporaryFile(suffix=".f64", delete=False) as handle:
+            candidates.astype("<f8").tofile(handle)
+            path = handle.name
+        try:
+            library = library_seconds(driver, "kmeans", path, samples, repetitions)
+        finally:
+            os.unlink(path)
+        limit = max(samples, 100)
+        iterations = []
+
+        def fit():
+            model = KMeans(n_clusters=samples, init="k-means++", n_init=1, max_iter=limit, random_state=0)
+            iterations.append(model.fit(candidates).n_iter_)
+
+        peer = median_seconds(fit, repetitions)
+        rows.append(("DomainSampler2D", f"n={samples}", "KMeans(k-means++)", library, peer,
+                     f"peer iterations {iterations[-1]}"))
+    return rows
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    parser.add_argument("--build", default=os.path.join(root, "build-release"))
+    parser.add_argument("--repetitions", type=int, default=5)
+    arguments = parser.parse_args()
+    driver = os.path.join(arguments.build, "bench", "sampling", "sampling_peer_timing")
+    if not os.access(driver, os.X_OK):
+        sys.exit(f"missing {driver}: build the target sampling_peer_timing in {arguments.build} first")
+
+    rows = compare_latin_hypercube(driver, arguments.repetitions)
+    rows += compare_domain_sampler(driver, arguments.repetitions)
+    print(f"{'library':<24}{'size':<10}{'peer':<22}{'library s':>11}{'peer s':>11}{'ratio':>8}  note")
+    for name, size, peer_name, library, peer, note in rows:
+        print(f"{name:<24}{size:<10}{peer_name:<22}{library:>11.4f}{peer:>11.4f}{library / peer:>8.2f}  {note}")
+
+
+if __name__ == "__main__":
+    main()
