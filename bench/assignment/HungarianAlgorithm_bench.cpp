@@ -52,7 +52,7 @@ void solve(benchmark::State& state, bool integers) {
     }
     if (nRows <= 500 && nCols <= 500) {
         std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
         if (stepsAssignment != assignment || stepsCost != cost) {
             state.SkipWithError("result differs from the Munkres steps");
             return;

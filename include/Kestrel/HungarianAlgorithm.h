@@ -6,12 +6,15 @@
 // with stars and primes kept as boolean matrices; where several assignments are optimal, its scan orders
 // decide which one comes back (lowest column first, then lowest row), so results are reproducible.
 //
-// Cost: the stated steps take O(n^3) to O(n^4) time on an n x n matrix. When the matrix has no negative
-// element and a shortest-augmenting-path solver proves, with a margin that no rounding error can bridge,
-// that its optimum is the only one, that optimum is returned directly; it is exactly what the stated steps
-// would return, at O(n^3) worst-case cost and far less on typical matrices. Matrices with ties or
-// near-ties run the stated steps. Memory: at most about 19 bytes per element (two double copies and three
-// boolean matrices), allocated once per call.
+// Cost: the Munkres steps take O(n^3) to O(n^4) time on an n x n matrix, each of their up to n(n+1)/2
+// matrix adjustments touching every element. Faster route, same result: when the matrix has no negative
+// element, a shortest-augmenting-path solver (O(n^3) worst case, far less on typical matrices) finds an
+// optimum, and its dual values are used to prove that every other assignment costs more than the rounding
+// errors of the Munkres steps could ever bridge; then that optimum is exactly what the steps return, and it
+// is returned without running them. Matrices with ties or near-ties (integer costs, repeated rows) run the
+// steps. Memory: at most about 19 bytes per element when the steps run (two double copies and three
+// boolean matrices, allocated once per call); the faster route copies nothing for a matrix that is not
+// taller than wide and makes one column-major copy otherwise.
 //
 //   std::vector<std::vector<double>> cost = {{4.0, 1.0, 3.0},
 //                                            {2.0, 0.0, 5.0},
@@ -53,7 +56,7 @@ class KESTREL_API HungarianAlgorithm {
   private:
     friend class HungarianAlgorithmInternals;
 
-    // Solve, with the shortest-augmenting-path route allowed or not (the stated steps then always run).
+    // Solve, with the shortest-augmenting-path route allowed or not (the Munkres steps then always run).
     double solve(std::vector<std::vector<double>> const& DistMatrix, std::vector<int>& Assignment,
                  bool allowUniqueOptimumRoute);
 

@@ -98,9 +98,9 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step4(int* assignment, double*,
                                                        bool* newStarMatrix, bool* primeMatrix, bool*,
                                                        bool* coveredRows, int nOfRows, int nOfColumns, int,
                                                        int row, int col) {
-    // newStarMatrix equals starMatrix between augmentations, so the stated copies reduce to writing each
-    // change of the path into both. A column's star is looked up before that column changes, so every
-    // search sees starMatrix as it stood when this step began (a path visits each column once).
+    // newStarMatrix equals starMatrix between augmentations, so the copies of the star matrix reduce to
+    // writing each change of the path into both. A column's star is looked up before that column changes, so
+    // every search sees starMatrix as it stood when this step began (a path visits each column once).
     auto setStar = [&](int starRow, int starCol, bool value) {
         std::size_t const index = elementIndex(starRow, starCol, nOfRows);
         newStarMatrix[index] = value;

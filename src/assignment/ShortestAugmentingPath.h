@@ -1,6 +1,6 @@
 // Shortest-augmenting-path solver of the assignment problem with dual values, used to find (and then prove
-// unique) the optimum of matrices without ties. Not a replacement for the stated steps: which optimum it
-// returns among several equal ones is unspecified.
+// unique) the optimum of matrices without ties. Not a replacement for the Munkres steps: which optimum it
+// returns among several equal ones is not defined.
 #pragma once
 
 #include <vector>

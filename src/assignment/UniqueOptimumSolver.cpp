@@ -4,7 +4,7 @@
 // of which every assignment uses; C is the cost, u and v the dual values of the shortest-augmenting-path
 // solution s, r = C - u - v the reduced costs (>= 0, 0 on s, v <= 0 and v = 0 on unused long-side lines).
 //
-// 1. Margin of s. For any other assignment t, cost(t) - cost(s) = sum_t r - sum_s r - (sum of v over the
+// (1) Margin of s. For any other assignment t, cost(t) - cost(s) = sum_t r - sum_s r - (sum of v over the
 //    long-side lines that s uses and t does not). The difference of t and s splits into alternating cycles
 //    and alternating chains from a line unused by s to a line unused by t. Let w = (computed r) + delta0,
 //    where delta0 >= the largest negative computed r; then exact r >= w - delta0 - delta on every edge,
@@ -14,7 +14,7 @@
 //    A cycle or chain lighter than theta uses only edges with w < theta: a bounded graph search over those
 //    few edges decides whether one exists.
 //
-// 2. What the Munkres steps can return. Their working matrix D stays >= 0 and equals C - U - V + E, with
+// (2) What the Munkres steps can return. Their working matrix D stays >= 0 and equals C - U - V + E, with
 //    potentials U, V built from the subtracted minima and the adjustments h (V <= 0, and 0 on long-side
 //    lines never starred) and E the accumulated rounding. Their result l has working values below
 //    DBL_EPSILON at its zero tests, so cost(l) - cost(t) <= m * DBL_EPSILON + E_l + E_t for every t, where
@@ -164,7 +164,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     if (!std::isfinite(largestRowDual) || !std::isfinite(largestColumnDual))
         return UniqueOptimumOutcome::NearTieFound;
 
-    // Bounds of part 2, then of part 1 (see the top of this file). delta0 is bounded in advance and
+    // Bounds (2), then (1) (see the top of this file). delta0 is bounded in advance and
     // checked after the pass over all reduced costs.
     double optimumCost = 0.0;
     for (int line = 0; line < nShort; ++line)

@@ -1,7 +1,7 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "HungarianAlgorithmInternals.h"
-#include "StatedStepsTwin.h"
+#include "MunkresStepsTwin.h"
 
 #include <gtest/gtest.h>
 
@@ -97,7 +97,7 @@ TEST(HungarianAlgorithm, OneByOneMatrixAssignsItsOnlyElement) {
     EXPECT_EQ(solution.cost, 5.0);
 }
 
-TEST(HungarianAlgorithm, HeaderExampleGivesItsStatedResult) {
+TEST(HungarianAlgorithm, HeaderExampleGivesItsDocumentedResult) {
     Solution const solution = solve({{4.0, 1.0, 3.0}, {2.0, 0.0, 5.0}, {3.0, 2.0, 2.0}});
     EXPECT_EQ(solution.assignment, std::vector<int>({1, 0, 2}));
     EXPECT_EQ(solution.cost, 5.0);
@@ -236,7 +236,7 @@ TEST(HungarianAlgorithm, InfiniteElementIsRejectedNamingTheElement) {
 
 // Every matrix of 1 to 3 rows and columns with elements from {0, 1, 2}: optimal against enumeration, and
 // identical to the independent transcription of the steps (which decides every tie).
-TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheStatedSteps) {
+TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMunkresSteps) {
     for (int nRows = 1; nRows <= 3; ++nRows)
         for (int nCols = 1; nCols <= 3; ++nCols) {
             int const nElements = nRows * nCols;
@@ -249,7 +249,7 @@ TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheSta
                 for (int k = 0; k < nElements; ++k, rest /= 3)
                     matrix[k / nCols][k % nCols] = rest % 3;
                 Solution const solution = solve(matrix);
-                twin::Result const expected = twin::solveByStatedSteps(matrix);
+                twin::Result const expected = twin::solveByMunkresSteps(matrix);
                 ASSERT_EQ(solution.assignment, expected.assignment) << nRows << "x" << nCols << " #" << code;
                 ASSERT_EQ(solution.cost, expected.cost);
                 ASSERT_EQ(solution.cost, bruteForceOptimum(matrix));
@@ -257,7 +257,7 @@ TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheSta
         }
 }
 
-TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheStatedSteps) {
+TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheMunkresSteps) {
     std::mt19937 engine(20261121);
     for (int trial = 0; trial < 3000; ++trial) {
         int const nRows = 1 + static_cast<int>(engine() % 6);
@@ -265,7 +265,7 @@ TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheStatedSteps) {
         bool const integers = trial % 2 == 0;
         Matrix const matrix = randomMatrix(engine, nRows, nCols, integers, 1 + trial % 9);
         Solution const solution = solve(matrix);
-        twin::Result const expected = twin::solveByStatedSteps(matrix);
+        twin::Result const expected = twin::solveByMunkresSteps(matrix);
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
         ASSERT_TRUE(isValidAssignment(solution.assignment, nRows, nCols));
@@ -277,20 +277,20 @@ TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheStatedSteps) {
     }
 }
 
-TEST(HungarianAlgorithm, LargerTieHeavyMatricesMatchTheStatedSteps) {
+TEST(HungarianAlgorithm, LargerTieHeavyMatricesMatchTheMunkresSteps) {
     std::mt19937 engine(77);
     for (int trial = 0; trial < 60; ++trial) {
         int const nRows = 5 + static_cast<int>(engine() % 26);
         int const nCols = 5 + static_cast<int>(engine() % 26);
         Matrix const matrix = randomMatrix(engine, nRows, nCols, true, trial % 4 == 0 ? 1 : 9);
         Solution const solution = solve(matrix);
-        twin::Result const expected = twin::solveByStatedSteps(matrix);
+        twin::Result const expected = twin::solveByMunkresSteps(matrix);
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
     }
 }
 
-TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheStatedSteps) {
+TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheMunkresSteps) {
     std::mt19937 engine(5);
     std::uniform_real_distribution<double> value(-1.0, 1.0);
     for (int trial = 0; trial < 200; ++trial) {
@@ -300,7 +300,7 @@ TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheStatedSteps) {
         for (auto& row : matrix)
             for (double& element : row)
                 element = value(engine);
-        twin::Result const expected = twin::solveByStatedSteps(matrix);
+        twin::Result const expected = twin::solveByMunkresSteps(matrix);
         CerrCapture capture;
         Solution const solution = solve(matrix);
         std::string const text = capture.text();
@@ -337,13 +337,13 @@ TEST(HungarianAlgorithm, ThousandsOfIterationsRunOnA256KiBStack) {
     for (int row = 0; row < n; ++row)
         for (int col = 0; col < n; ++col)
             matrix[row][col] = (row + 1.0) * (col + 1.0);
-    twin::Result const expected = twin::solveByStatedSteps(matrix);
+    twin::Result const expected = twin::solveByMunkresSteps(matrix);
     ASSERT_GE(expected.matrixAdjustments, n * (n - 1) / 2);
 
     Solution steps{{}, 0.0};
     Solution solved{{}, 0.0};
     auto body = [&] {
-        steps.cost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, steps.assignment);
+        steps.cost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, steps.assignment);
         solved.cost = HungarianAlgorithm().Solve(matrix, solved.assignment);
     };
     runOnThreadWithStack(256 * 1024, body);

@@ -112,7 +112,7 @@ TEST(UniqueOptimumSolver, ShortestAugmentingPathsFindTheOptimumWithFeasibleDuals
 
 // The central property: wherever the fast route applies, Solve returns bit for bit what the Munkres
 // steps return; and on tie-free random matrices it applies almost always.
-TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnRandomMatrices) {
+TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheMunkresStepsReturnOnRandomMatrices) {
     std::mt19937 engine(20261121);
     int proved = 0;
     int const trials = 400;
@@ -131,7 +131,7 @@ TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnRandomMatrice
         std::vector<int> assignment;
         double const cost = HungarianAlgorithm().Solve(matrix, assignment);
         std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
         ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
         ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
         if (outcome == UniqueOptimumOutcome::Proved) {
@@ -142,7 +142,7 @@ TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnRandomMatrice
         << "of " << trials * 3 / 4 << " matrices of values in [0, 1)";
 }
 
-TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnLargerMatrices) {
+TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheMunkresStepsReturnOnLargerMatrices) {
     std::mt19937 engine(3);
     int const shapes[][2] = {{150, 150}, {100, 220}, {220, 100}, {200, 200}};
     for (auto const& shape : shapes) {
@@ -152,7 +152,7 @@ TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheStatedStepsReturnOnLargerMatrice
         std::vector<int> assignment;
         double const cost = HungarianAlgorithm().Solve(matrix, assignment);
         std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
         EXPECT_EQ(fastAssignment, stepsAssignment);
         EXPECT_EQ(assignment, stepsAssignment);
         EXPECT_TRUE(sameBits(cost, stepsCost));
@@ -187,14 +187,14 @@ TEST(UniqueOptimumSolver, OnlyUniqueOptimaAreProved) {
     EXPECT_GT(proved, 500);
 }
 
-TEST(UniqueOptimumSolver, NearTieIsLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, NearTieIsLeftToTheMunkresSteps) {
     // The two assignments differ by about 2e-15, less than the steps' rounding could blur.
     Matrix const matrix = {{0.3, 0.6}, {0.6, 0.9 + 2e-15}};
     std::vector<int> assignment;
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
 }
 
-TEST(UniqueOptimumSolver, IdenticalRowsAreLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, IdenticalRowsAreLeftToTheMunkresSteps) {
     std::mt19937 engine(8);
     Matrix matrix = uniformMatrix(engine, 30, 30);
     matrix[17] = matrix[4];
@@ -202,7 +202,7 @@ TEST(UniqueOptimumSolver, IdenticalRowsAreLeftToTheStatedSteps) {
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
 }
 
-TEST(UniqueOptimumSolver, ChoiceBetweenAUsedAndAnEqualUnusedColumnIsLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, ChoiceBetweenAUsedAndAnEqualUnusedColumnIsLeftToTheMunkresSteps) {
     // Columns 2 and 6 are equal and cheap, so the optimum uses one of them or both; either way another
     // assignment of equal cost exists (swap them, or move to the unused twin).
     std::mt19937 engine(21);
@@ -220,26 +220,26 @@ TEST(UniqueOptimumSolver, ChoiceBetweenAUsedAndAnEqualUnusedColumnIsLeftToTheSta
     }
 }
 
-TEST(UniqueOptimumSolver, RowThatCouldMoveToAFreeColumnAtEqualCostIsLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, RowThatCouldMoveToAFreeColumnAtEqualCostIsLeftToTheMunkresSteps) {
     // Row 0 takes column 0 (cost 0.1); column 2 is free and costs row 0 the same 0.1.
     Matrix const matrix = {{0.1, 0.7, 0.1}, {0.8, 0.2, 0.9}};
     std::vector<int> assignment;
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
 }
 
-TEST(UniqueOptimumSolver, NegativeElementsAreLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, NegativeElementsAreLeftToTheMunkresSteps) {
     Matrix const matrix = {{0.5, -0.25}, {0.75, 0.125}};
     std::vector<int> assignment;
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
 }
 
-TEST(UniqueOptimumSolver, HugeElementsAreLeftToTheStatedSteps) {
+TEST(UniqueOptimumSolver, HugeElementsAreLeftToTheMunkresSteps) {
     Matrix const matrix = {{1e301, 1.0}, {1.0, 2.0}};
     std::vector<int> assignment;
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
 }
 
-TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheStatedStepsAndMatchThem) {
+TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheMunkresStepsAndMatchThem) {
     std::mt19937 engine(4);
     int steps = 0;
     for (int trial = 0; trial < 20; ++trial) {
@@ -255,7 +255,7 @@ TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheStatedStepsAndMatc
         std::vector<int> assignment;
         double const cost = HungarianAlgorithm().Solve(matrix, assignment);
         std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
         ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
         ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
     }
@@ -265,7 +265,7 @@ TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheStatedStepsAndMatc
 // Rows that nearly repeat another row put a second assignment at a chosen distance from the optimum,
 // from far above the proof's margin down to below the rounding of the steps; whichever route runs, the
 // result is the steps' result.
-TEST(UniqueOptimumSolver, NearRepeatedRowsGiveTheStatedStepsResultAtEveryDistance) {
+TEST(UniqueOptimumSolver, NearRepeatedRowsGiveTheMunkresStepsResultAtEveryDistance) {
     std::mt19937 engine(1234);
     for (int exponent = 3; exponent <= 16; ++exponent) {
         for (int trial = 0; trial < 6; ++trial) {
@@ -280,7 +280,8 @@ TEST(UniqueOptimumSolver, NearRepeatedRowsGiveTheStatedStepsResultAtEveryDistanc
             std::vector<int> assignment;
             double const cost = HungarianAlgorithm().Solve(matrix, assignment);
             std::vector<int> stepsAssignment;
-            double const stepsCost = HungarianAlgorithmInternals::solveByStatedSteps(matrix, stepsAssignment);
+            double const stepsCost =
+                HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
             ASSERT_EQ(assignment, stepsAssignment) << "exponent " << exponent << " trial " << trial;
             ASSERT_TRUE(sameBits(cost, stepsCost)) << "exponent " << exponent << " trial " << trial;
         }

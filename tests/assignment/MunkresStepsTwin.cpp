@@ -1,4 +1,4 @@
-#include "StatedStepsTwin.h"
+#include "MunkresStepsTwin.h"
 
 #include <algorithm>
 #include <cfloat>
@@ -134,7 +134,7 @@ void step5(State& st) {
 
 }  // namespace
 
-Result solveByStatedSteps(std::vector<std::vector<double>> const& matrix) {
+Result solveByMunkresSteps(std::vector<std::vector<double>> const& matrix) {
     State st;
     st.nRows = static_cast<int>(matrix.size());
     st.nCols = static_cast<int>(matrix.front().size());
