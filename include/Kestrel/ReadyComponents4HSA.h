@@ -138,7 +138,8 @@ class KESTREL_API ObjectiveInterpolator4HSA : public Interpolator4HSA {
 // ends its trajectory there; the end point then goes to step 4. Copies carry the engine state.
 class KESTREL_API LeapfrogThermalBath4HSA : public ThermalBath4HSA {
   public:
-    // Throws std::invalid_argument unless step > 0 (finite) and stepsPerSample >= 1.
+    // Throws std::invalid_argument unless step > 0 (finite) and stepsPerSample >= 1. A sample before
+    // init() throws std::logic_error; otherwise a sample throws what the domain or interpolator throws.
     LeapfrogThermalBath4HSA(std::uint32_t seed, double step, int stepsPerSample);
 
     std::uint64_t getNumberOfSamples() const { return samples_; }

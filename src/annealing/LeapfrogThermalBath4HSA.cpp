@@ -35,8 +35,12 @@ void LeapfrogThermalBath4HSA::calculateSamplePrivate(std::pair<double, double> t
                                                      State4HSA& state) {
     std::shared_ptr<Domain4HSA const> const domain = getDomain();
     std::shared_ptr<Interpolator4HSA const> const model = getInterpolator();
+    if (!domain || !model) {
+        throw std::logic_error("LeapfrogThermalBath4HSA: init() has not given a domain and an interpolator");
+    }
     std::vector<double>& position = state.getPosition();
     std::vector<double>& velocity = state.getVelocity();
+    velocity.resize(position.size());
 
     double const variance = temperatureAndChange.first + temperatureAndChange.second;
     double const scale = variance > 0.0 ? std::sqrt(variance) : 0.0;

@@ -309,6 +309,13 @@ TEST(LeapfrogThermalBath4HSA, AtZeroTemperatureTheObjectiveNeverRises) {
     }
 }
 
+TEST(LeapfrogThermalBath4HSA, SampleBeforeInitIsAnError) {
+    LeapfrogThermalBath4HSA bath(1u, 0.1, 5);
+    State4HSA state(std::vector<double>{0.0});
+    EXPECT_THROW(bath.calculateSample({1.0, 0.0}, state), std::logic_error);
+    EXPECT_EQ(state.getPosition(), std::vector<double>{0.0});
+}
+
 TEST(LeapfrogThermalBath4HSA, RejectsInvalidSettings) {
     EXPECT_THROW(LeapfrogThermalBath4HSA(1u, 0.0, 10), std::invalid_argument);
     EXPECT_THROW(LeapfrogThermalBath4HSA(1u, std::numeric_limits<double>::infinity(), 10),
