@@ -12,14 +12,15 @@
 // Cost: n optimisations, each of up to 29 iterations over about 5 n^2 sampled groupings of O(n) work, so
 // roughly O(n^4) per call: milliseconds for a dozen segments, seconds for about fifty.
 //
-//   std::vector<double> const values{1.0, 1.1, 0.9, 5.0, 5.2, 4.9, 1.0, 1.05};
+//   std::vector<double> const values{1.0, 1.1, 0.9, 5.0, 5.2, 4.9, 1.0, 1.05};   // one per segment
 //   std::vector<double> const lengths(values.size(), 10.0);
 //   Kestrel::SegmentGrouper const grouper(values, lengths, true, Kestrel::SegmentGrouper::Variance);
 //   std::vector<int> starts;
-//   grouper.computeGroups(starts);                     // e.g. {3, 6}: groups 3-5 and 6, 7, 0, 1, 2
-//   std::vector<int> const segmentStarts{0, 4, 8, 12};
+//   grouper.computeGroups(starts);          // 0-based group starts, ascending along the line
+//
+//   std::vector<double> const pointValues(16, 1.0), pointWeights(16, 0.0625);  // one per point
 //   int const masters = Kestrel::SegmentGrouper::calculateRecommendedNumberOfMasterSegments(
-//       true, pointValues, segmentStarts, pointWeights);
+//       true, pointValues, {0, 4, 8, 12}, pointWeights);
 //
 // Guarantees: every result is a deterministic function of the inputs, bit for bit, for any number of
 // OpenMP threads (the optimiser draws from fixed seeds). Inputs are trusted: values and lengths must have

@@ -113,7 +113,10 @@ double largestGroupShareLimit(std::size_t groupCount) {
 }  // namespace
 
 double SegmentGrouper::evaluate(std::vector<int> const& grouping) const {
-    std::vector<int> starts(grouping);
+    // The 0-based copy lives in a buffer kept by each calling thread, so that after the first call of a
+    // thread the copy allocates nothing.
+    thread_local std::vector<int> starts;
+    starts.assign(grouping.begin(), grouping.end());
     for (int& start : starts) {
         start -= 1;
     }
