@@ -112,7 +112,7 @@ TEST(DomainSampler2D, FiveSamples_Asks500CandidatesAndAllows100Iterations) {
     expectSameBits(out, centres);
 }
 
-TEST(DomainSampler2D, ThreeHundredSamples_Asks30000CandidatesAndGivesDistinctCandidates) {
+TEST(DomainSampler2D, ThreeHundredSamples_Asks30000CandidatesAndAllows300Iterations) {
     std::vector<Point> const candidates = uniformPoints(30000, 2);
     FixedCandidates domain(candidates);
     std::vector<Point> out;
@@ -121,6 +121,9 @@ TEST(DomainSampler2D, ThreeHundredSamples_Asks30000CandidatesAndGivesDistinctCan
     ASSERT_EQ(out.size(), 300u);
     expectEveryPointACandidate(out, candidates);
     EXPECT_EQ(std::set<Point>(out.begin(), out.end()).size(), 300u);
+    std::vector<Point> centres = literal::seed(candidates, 300);
+    literal::lloyd(candidates, centres, 300);
+    expectSameBits(out, centres);
 }
 
 TEST(DomainSampler2D, IterationLimitAbove100_FastIterationsEqualPlainMethod) {

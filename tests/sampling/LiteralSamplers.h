@@ -1,5 +1,5 @@
 // Plain transcriptions of the samplers' steps, without any of the library's speed-ups: lists erased from
-// the middle, distances to every chosen centre recomputed for every candidate, member lists per centre.
+// the middle, serial loops, every distance of every Lloyd assignment computed, member lists per centre.
 // They are the reference that the library's results must equal bit for bit.
 #pragma once
 
@@ -116,18 +116,15 @@ inline std::vector<Point> seed(std::vector<Point> const& candidates, int k) {
     std::vector<double> d2(m, 0.0);
     while (static_cast<int>(chosen.size()) < k && remainingCount > 0) {
         if (!chosen.empty()) {
+            // Each remaining candidate's nearest distance meets the newest centre, which replaces it only
+            // when strictly closer (the first centre sets it).
+            Point const& newest = candidates[static_cast<std::size_t>(chosen.back())];
             for (std::size_t i = 0; i < remainingCount; ++i) {
-                int const p = remaining[i];
-                double nearest = squaredDistance(candidates[static_cast<std::size_t>(p)],
-                                                 candidates[static_cast<std::size_t>(chosen[0])]);
-                for (std::size_t c = 1; c < chosen.size(); ++c) {
-                    double const distance = squaredDistance(candidates[static_cast<std::size_t>(p)],
-                                                            candidates[static_cast<std::size_t>(chosen[c])]);
-                    if (distance < nearest) {
-                        nearest = distance;
-                    }
+                std::size_t const p = static_cast<std::size_t>(remaining[i]);
+                double const distance = squaredDistance(candidates[p], newest);
+                if (chosen.size() == 1 || distance < d2[p]) {
+                    d2[p] = distance;
                 }
-                d2[static_cast<std::size_t>(p)] = nearest;
             }
             double sum = 0.0;
             for (std::size_t i = 0; i < remainingCount; ++i) {
