@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
@@ -125,6 +126,39 @@ TEST(MasterOptimizer4DrawbeadToyModel, EvaluationOfLinesTooLongToTabulateMatches
             EXPECT_EQ(optimiser.evaluateMasterChoice(choice), twin::geometryScore(line, choice))
                 << "trial " << trial << " choice " << k;
         }
+    }
+}
+
+TEST(MasterOptimizer4DrawbeadToyModel, ScoresFromTwoThreadsEqualScoresFromOne) {
+    std::mt19937 engine(10);
+    twin::Line const line = twin::randomLine(engine, 30, true);
+    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
+    std::vector<std::vector<int>> choices;
+    for (int k = 0; k < 2000; ++k) {
+        std::vector<int> states = twin::randomAscendingChoice(engine, 30, 2 + k % 7);
+        for (int& state : states) {
+            ++state;
+        }
+        choices.push_back(states);
+    }
+    auto const scoreAll = [&](int threads) {
+        std::vector<double> scores(choices.size());
+        int const count = static_cast<int>(choices.size());
+#pragma omp parallel for schedule(static) num_threads(threads)
+        for (int k = 0; k < count; ++k) {
+            scores[k] = Access::masterChoiceEvaluator(optimiser, choices[k]);
+        }
+        return scores;
+    };
+    std::vector<double> const single = scoreAll(1);
+    std::vector<double> const dual = scoreAll(2);
+    for (std::size_t k = 0; k < choices.size(); ++k) {
+        std::vector<int> positions = choices[k];
+        for (int& p : positions) {
+            --p;
+        }
+        EXPECT_EQ(single[k], twin::geometryScore(line, positions)) << k;
+        EXPECT_EQ(std::memcmp(&single[k], &dual[k], sizeof(double)), 0) << k;
     }
 }
 
