@@ -90,9 +90,11 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<double> scores;
     detail::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
+    // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
+    auto const draws = std::make_shared<UniformStream>(kSeed);
 
     for (int iteration = 1;;) {
-        HamiltonianPathMCGenerator generator(state.probabilities, kSeed);
+        HamiltonianPathMCGenerator generator(state.probabilities, draws);
         std::int64_t const entropy = detail::entropyCount(state.probabilities);
         detail::Population const population =
             detail::populationSize(parameters.sampleFactor, basePopulation,

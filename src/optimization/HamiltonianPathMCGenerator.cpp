@@ -2,13 +2,11 @@
 
 #include "ParallelLoop.h"
 
-#include <boost/random/mersenne_twister.hpp>
-#include <boost/random/uniform_real_distribution.hpp>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace Kestrel {
 
@@ -65,7 +63,7 @@ std::size_t countBelow(double threshold, double const* sums, std::size_t length)
 
 class HamiltonianPathMCGenerator::Private {
   public:
-    Private(std::vector<std::vector<double>> const& matrix, unsigned int seed);
+    Private(std::vector<std::vector<double>> const& matrix, std::shared_ptr<UniformStream> stream);
 
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists);
@@ -87,14 +85,13 @@ class HamiltonianPathMCGenerator::Private {
     // No weight is negative or NaN: every row's running sums never decrease, so the first position whose
     // sum reaches the threshold is the number of positions whose sum stays below it.
     bool nonDecreasingSums_ = true;
-    boost::random::mt19937 engine_;
-    // Bound to [0, 1) over a 32-bit engine, one engine output x gives exactly x * 2^-32.
-    boost::random::uniform_real_distribution<double> uniform_;
+    std::shared_ptr<UniformStream> stream_;
+    std::size_t drawsUsed_ = 0;  // position of this generator's engine in the stream
 };
 
 HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> const& matrix,
-                                             unsigned int seed)
-    : rows_(matrix.size()), engine_(seed), uniform_(0.0, 1.0) {
+                                             std::shared_ptr<UniformStream> stream)
+    : rows_(matrix.size()), stream_(std::move(stream)) {
     width_ = 1;
     for (std::vector<double> const& row : matrix) {
         width_ = std::max(width_, row.size() + 1);
@@ -118,11 +115,10 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     std::size_t const count = numberOfPaths > 0 ? static_cast<std::size_t>(numberOfPaths) : 0;
     std::size_t const length = pathLength > 0 ? static_cast<std::size_t>(pathLength) : 0;
     paths.resize(count);
-    // Selection i consumes draws i * length ... (i + 1) * length - 1: draw them all in order first.
-    std::vector<double> draws(count * length);
-    for (double& draw : draws) {
-        draw = uniform_(engine_);
-    }
+    // Selection i consumes draws i * length ... (i + 1) * length - 1 of this call: draw them all in order
+    // first.
+    double const* const draws = stream_->draws(drawsUsed_, count * length);
+    drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(detail::threadSlots()));
     bool const parallel = count * length * width_ >= kParallelWork;
@@ -130,13 +126,12 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
         static_cast<std::ptrdiff_t>(batches),
         [&](std::ptrdiff_t batch, int thread) {
             std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-            double const* const batchDraws = draws.data() + first * length;
+            double const* const batchDraws = draws + first * length;
             if (first + kLanes <= count) {
                 drawPaths<kLanes>(batchDraws, length, &paths[first], scratch[thread], exclusionLists);
             } else {
                 for (std::size_t i = first; i < count; ++i) {
-                    drawPaths<1>(draws.data() + i * length, length, &paths[i], scratch[thread],
-                                 exclusionLists);
+                    drawPaths<1>(draws + i * length, length, &paths[i], scratch[thread], exclusionLists);
                 }
             }
         },
@@ -211,7 +206,11 @@ void HamiltonianPathMCGenerator::Private::drawPaths(
 
 HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
                                                        unsigned int seed)
-    : d_(std::make_shared<Private>(matrix, seed)) {}
+    : d_(std::make_shared<Private>(matrix, std::make_shared<UniformStream>(seed))) {}
+
+HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
+                                                       std::shared_ptr<UniformStream> stream)
+    : d_(std::make_shared<Private>(matrix, std::move(stream))) {}
 
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                int pathLength) {

@@ -23,6 +23,8 @@
 // threads at once.
 #pragma once
 
+#include "UniformStream.h"
+
 #include <memory>
 #include <vector>
 
@@ -32,6 +34,11 @@ class HamiltonianPathMCGenerator {
   public:
     // Row i of `weights` becomes 0.0 followed by matrix row i; the engine is seeded with `seed`.
     HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix, unsigned int seed);
+
+    // The same with the engine seeded with the stream's seed: the generator reads the stream from its
+    // first draw, reusing what earlier generators on the stream have drawn.
+    HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
+                               std::shared_ptr<UniformStream> stream);
 
     // Replaces `paths` by `numberOfPaths` selections of `pathLength` nodes (none for a count <= 0).
     void generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength);

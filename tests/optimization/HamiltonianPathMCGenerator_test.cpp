@@ -28,6 +28,40 @@ TEST(HamiltonianPathMCGenerator, UniformDrawConsumesOneEngineOutputScaledByTwoTo
     EXPECT_EQ(reference(), engine());
 }
 
+TEST(UniformStream, DrawsAreTheEngineOutputsScaledByTwoToMinus32InOrder) {
+    Kestrel::UniformStream stream(193);
+    std::mt19937 reference(193);
+    std::vector<double> expected;
+    for (int draw = 0; draw < 2000; ++draw) {
+        expected.push_back(static_cast<double>(reference()) / 4294967296.0);
+    }
+    // Read in overlapping pieces, out of order: every draw keeps its place in the stream.
+    double const* late = stream.draws(1500, 500);
+    EXPECT_EQ(std::vector<double>(expected.begin() + 1500, expected.end()),
+              std::vector<double>(late, late + 500));
+    double const* early = stream.draws(10, 100);
+    EXPECT_EQ(std::vector<double>(expected.begin() + 10, expected.begin() + 110),
+              std::vector<double>(early, early + 100));
+}
+
+TEST(HamiltonianPathMCGenerator, GeneratorsOnASharedStreamDrawLikeFreshlySeededOnes) {
+    std::mt19937 random(12);
+    auto const matrix = OptimizationTests::randomMatrix(random, 9, 0.1);
+    auto const stream = std::make_shared<Kestrel::UniformStream>(193);
+    for (int generation = 0; generation < 3; ++generation) {
+        HamiltonianPathMCGenerator seeded(matrix, 193);
+        HamiltonianPathMCGenerator shared(matrix, stream);
+        // Populations of growing size: later generators read draws earlier ones made, and more.
+        for (int round = 0; round < 2; ++round) {
+            Paths expected;
+            Paths actual;
+            seeded.generatePaths(20 * (generation + 1), expected, 5);
+            shared.generatePaths(20 * (generation + 1), actual, 5);
+            ASSERT_EQ(expected, actual) << "generation " << generation << " round " << round;
+        }
+    }
+}
+
 TEST(HamiltonianPathMCGenerator, SameMatrixAndSeedGiveIdenticalPopulations) {
     std::mt19937 random(3);
     auto const matrix = OptimizationTests::randomMatrix(random, 10, 0.2);
