@@ -1,6 +1,7 @@
 #include <Kestrel/ReadyComponents4HSA.h>
 
 #include <gtest/gtest.h>
+#include <omp.h>
 
 #include <cmath>
 #include <cstddef>
@@ -147,6 +148,19 @@ TEST(AnnealInBox4HSA, SameSeedGivesTheSameResultBitForBit) {
     EXPECT_EQ(first.gradientEvaluations, second.gradientEvaluations);
     AnnealingResult4HSA const other = anneal(f, 43u);
     EXPECT_NE(first.finalPosition, other.finalPosition);
+}
+
+TEST(AnnealInBox4HSA, ResultDoesNotDependOnTheNumberOfThreads) {
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 3);
+    int const threads = omp_get_max_threads();
+    omp_set_num_threads(1);
+    AnnealingResult4HSA const one = anneal(f, 8u);
+    omp_set_num_threads(2);
+    AnnealingResult4HSA const two = anneal(f, 8u);
+    omp_set_num_threads(threads);
+    EXPECT_EQ(one.bestPosition, two.bestPosition);
+    EXPECT_EQ(one.finalPosition, two.finalPosition);
+    EXPECT_EQ(one.gradientEvaluations, two.gradientEvaluations);
 }
 
 TEST(AnnealInBox4HSA, CountsEveryEvaluationAndReportsTheBestValueSeen) {
