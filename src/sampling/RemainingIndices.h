@@ -1,6 +1,7 @@
 // The ascending list 0, 1, ..., n - 1 from which entries are taken out by position, in O(log n) per
-// removal: the list is a bit set (one bit per index still present) with a Fenwick tree over the number of
-// set bits of each 64-bit word (62 KB for a million indices, so it stays in the cache). Taking the entry at
+// removal: the list is a bit set (one bit per index still present) in blocks of 64 words; a Fenwick tree
+// over the blocks (1 KB for a million indices) leads to the block, a small Fenwick tree over the block's
+// words (two cache lines) to the word. Each removal touches few cache lines. Taking the entry at
 // position j returns exactly what erasing the j-th element of the ascending list would return.
 #pragma once
 
@@ -21,8 +22,12 @@ class RemainingIndices {
     std::size_t takeAt(std::size_t position);
 
   private:
-    std::vector<std::uint64_t> words_;  // bit b of word w set: index 64 * w + b is present
-    std::vector<std::uint32_t> tree_;   // Fenwick tree (1-based) over the set bits per word
+    static constexpr std::size_t kWordsPerBlock = 64;
+    static constexpr std::size_t kIndicesPerBlock = 64 * kWordsPerBlock;
+
+    std::vector<std::uint64_t> words_;      // bit b of word w set: index 64 * w + b is present
+    std::vector<std::uint16_t> wordTrees_;  // per block, a Fenwick tree over the set bits of its words
+    std::vector<std::uint32_t> blockTree_;  // Fenwick tree (1-based) over the set bits per block
 };
 
 }  // namespace sampling

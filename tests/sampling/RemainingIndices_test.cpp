@@ -11,7 +11,8 @@ using Kestrel::sampling::RemainingIndices;
 
 TEST(RemainingIndices, TakingByPositionEqualsErasingFromAnAscendingList) {
     std::mt19937 engine(5);
-    for (std::size_t const count : {1u, 2u, 63u, 64u, 65u, 127u, 128u, 129u, 1000u, 4097u}) {
+    for (std::size_t const count :
+         {1u, 2u, 63u, 64u, 65u, 127u, 128u, 129u, 1000u, 4095u, 4096u, 4097u, 12289u, 20000u}) {
         RemainingIndices remaining(count);
         std::vector<std::size_t> list(count);
         for (std::size_t i = 0; i < count; ++i) {
