@@ -17,44 +17,43 @@ namespace {
 constexpr std::size_t kParallelWork = std::size_t{1} << 16;
 
 // Selections built side by side by one worker. The running sums of a walk form one long chain of
-// dependent additions; walking several selections at once lets their chains overlap in the processor.
-constexpr int kLanes = 4;
+// dependent additions; walking several selections at once lets their chains overlap in the processor,
+// two lanes to a 128-bit register (GCC and Clang vector extensions: each lane is added on its own, exactly
+// as a scalar addition).
+constexpr std::size_t kLanes = 8;
+constexpr std::size_t kPairs = kLanes / 2;
+typedef double LanePair __attribute__((vector_size(16)));
+typedef std::uint64_t LanePairBits __attribute__((vector_size(16)));
 
-// Scratch of one worker: availability masks and running sums, one block per lane. A mask is all ones for
-// an available position and zero for a taken one, so that `weight & mask` is the weight or +0.0 without
-// a branch (the pattern of taken positions is random and would defeat branch prediction).
+// Scratch of one worker, lanes interleaved per position: entry [position * kPairs + lane / 2], element
+// lane % 2. An availability mask is all ones for an available position and zero for a taken one, so that
+// `weight & mask` is the weight or +0.0 without a branch (the pattern of taken positions is random and
+// would defeat branch prediction).
 struct WalkScratch {
-    std::vector<std::uint64_t> available;
-    std::vector<double> runningSums;
+    std::vector<LanePairBits> available;
+    std::vector<LanePair> runningSums;
+    std::vector<std::vector<int>> idleSelections;  // written by the unused lanes of a last, partial batch
 };
 
 std::uint64_t const kAvailable = ~std::uint64_t{0};
 
-double maskedWeight(double weight, std::uint64_t mask) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &weight, sizeof bits);
-    bits &= mask;
-    double masked = 0.0;
-    std::memcpy(&masked, &bits, sizeof masked);
-    return masked;
-}
-
 // Number of leading running sums that stay below the threshold, i.e. the first position j with
-// threshold <= sums[j] (or `length` when there is none), for non-decreasing sums: the test
+// threshold <= sumAt(j) (or `length` when there is none), for non-decreasing sums: the test
 // !(threshold <= sum) holds on a prefix. Counting whole blocks by their last sum first, then the
 // positions of the one block where the prefix ends, takes no data-dependent branch and about a sixth
 // of the comparisons of a full count.
-std::size_t countBelow(double threshold, double const* sums, std::size_t length) {
+template <class SumAt>
+std::size_t countBelow(double threshold, SumAt const& sumAt, std::size_t length) {
     constexpr std::size_t kBlock = 8;
     std::size_t blocksBelow = 0;
     for (std::size_t end = kBlock; end <= length; end += kBlock) {
-        blocksBelow += threshold <= sums[end - 1] ? 0 : 1;
+        blocksBelow += threshold <= sumAt(end - 1) ? 0 : 1;
     }
     std::size_t const begin = blocksBelow * kBlock;
     std::size_t const end = std::min(begin + kBlock, length);
     std::size_t below = begin;
     for (std::size_t j = begin; j < end; ++j) {
-        below += threshold <= sums[j] ? 0 : 1;
+        below += threshold <= sumAt(j) ? 0 : 1;
     }
     return below;
 }
@@ -69,8 +68,9 @@ class HamiltonianPathMCGenerator::Private {
                   std::vector<std::vector<int>> const* exclusionLists);
 
   private:
-    template <int Lanes>
-    void drawPaths(double const* draws, std::size_t pathLength, std::vector<int>* paths, WalkScratch& scratch,
+    // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into *selections[k].
+    void drawBatch(double const* const* laneDraws, std::size_t pathLength,
+                   std::vector<int>* const* selections, WalkScratch& scratch,
                    std::vector<std::vector<int>> const* exclusionLists) const;
 
     // Row r of the weight table: 0.0, then matrix row r, then +0.0 up to the common width. Row `rows_` is
@@ -125,40 +125,43 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     detail::parallelForStatic(
         static_cast<std::ptrdiff_t>(batches),
         [&](std::ptrdiff_t batch, int thread) {
+            WalkScratch& workerScratch = scratch[thread];
+            double const* laneDraws[kLanes];
+            std::vector<int>* selections[kLanes];
             std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-            double const* const batchDraws = draws + first * length;
-            if (first + kLanes <= count) {
-                drawPaths<kLanes>(batchDraws, length, &paths[first], scratch[thread], exclusionLists);
-            } else {
-                for (std::size_t i = first; i < count; ++i) {
-                    drawPaths<1>(draws + i * length, length, &paths[i], scratch[thread], exclusionLists);
+            for (std::size_t lane = 0; lane < kLanes; ++lane) {
+                std::size_t const i = first + lane;
+                if (i < count) {
+                    laneDraws[lane] = draws + i * length;
+                    selections[lane] = &paths[i];
+                } else {
+                    workerScratch.idleSelections.resize(kLanes);
+                    laneDraws[lane] = draws + first * length;
+                    selections[lane] = &workerScratch.idleSelections[lane];
                 }
             }
+            drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
         },
         parallel);
 }
 
-// Draws the selections paths[0 ... Lanes - 1], lane k from draws[k * pathLength ...], in lockstep.
-template <int Lanes>
-void HamiltonianPathMCGenerator::Private::drawPaths(
-    double const* draws, std::size_t pathLength, std::vector<int>* paths, WalkScratch& scratch,
-    std::vector<std::vector<int>> const* exclusionLists) const {
-    scratch.available.assign(Lanes * flagCount_, kAvailable);
-    scratch.runningSums.resize(Lanes * width_);
-    std::uint64_t* available[Lanes];
-    double* runningSums[Lanes];
-    for (int lane = 0; lane < Lanes; ++lane) {
-        available[lane] = scratch.available.data() + static_cast<std::size_t>(lane) * flagCount_;
-        runningSums[lane] = scratch.runningSums.data() + static_cast<std::size_t>(lane) * width_;
-        paths[lane].clear();
-        paths[lane].reserve(pathLength);
+void HamiltonianPathMCGenerator::Private::drawBatch(
+    double const* const* laneDraws, std::size_t pathLength, std::vector<int>* const* selections,
+    WalkScratch& scratch, std::vector<std::vector<int>> const* exclusionLists) const {
+    scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
+    scratch.runningSums.resize(kPairs * width_);
+    LanePairBits* const available = scratch.available.data();
+    LanePair* const runningSums = scratch.runningSums.data();
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+        selections[lane]->clear();
+        selections[lane]->reserve(pathLength);
     }
 
     for (std::size_t step = 0; step < pathLength; ++step) {
-        double const* row[Lanes];
-        std::size_t rowLength[Lanes];
-        for (int lane = 0; lane < Lanes; ++lane) {
-            std::size_t const last = step == 0 ? 0 : static_cast<std::size_t>(paths[lane].back());
+        double const* row[kLanes];
+        std::size_t rowLength[kLanes];
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            std::size_t const last = step == 0 ? 0 : static_cast<std::size_t>(selections[lane]->back());
             std::size_t const r = last < rows_ ? last : rows_;
             row[lane] = weights_.data() + r * width_;
             rowLength[lane] = rowLengths_[r];
@@ -167,36 +170,38 @@ void HamiltonianPathMCGenerator::Private::drawPaths(
         // Running sums over the available positions in index order. Position 0 holds 0.0, so the last
         // sum is the total over the available nodes 1 ... (row length - 1), added in the same order. A
         // taken position adds +0.0, which leaves the sum unchanged.
-        double sum[Lanes];
-#pragma GCC unroll 4
-        for (int lane = 0; lane < Lanes; ++lane) {
-            sum[lane] = 0.0;
+        LanePair sum[kPairs];
+        for (std::size_t pair = 0; pair < kPairs; ++pair) {
+            sum[pair] = LanePair{0.0, 0.0};
         }
         for (std::size_t j = 0; j < width_; ++j) {
 #pragma GCC unroll 4
-            for (int lane = 0; lane < Lanes; ++lane) {
-                sum[lane] += maskedWeight(row[lane][j], available[lane][j]);
-                runningSums[lane][j] = sum[lane];
+            for (std::size_t pair = 0; pair < kPairs; ++pair) {
+                LanePair const weight{row[2 * pair][j], row[2 * pair + 1][j]};
+                sum[pair] += (LanePair)((LanePairBits)weight & available[j * kPairs + pair]);
+                runningSums[j * kPairs + pair] = sum[pair];
             }
         }
 
-        for (int lane = 0; lane < Lanes; ++lane) {
-            double const threshold = draws[static_cast<std::size_t>(lane) * pathLength + step] * sum[lane];
-            double const* const sums = runningSums[lane];
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            std::size_t const pair = lane / 2;
+            std::size_t const element = lane % 2;
+            auto const sumAt = [&](std::size_t j) { return runningSums[j * kPairs + pair][element]; };
+            double const threshold = laneDraws[lane][step] * sum[pair][element];
             std::size_t chosen = 0;
             if (nonDecreasingSums_) {
-                chosen = countBelow(threshold, sums, rowLength[lane]);
+                chosen = countBelow(threshold, sumAt, rowLength[lane]);
             } else {
-                while (chosen < rowLength[lane] && !(threshold <= sums[chosen])) {
+                while (chosen < rowLength[lane] && !(threshold <= sumAt(chosen))) {
                     ++chosen;
                 }
             }
-            paths[lane].push_back(static_cast<int>(chosen));
-            available[lane][chosen] = 0;
+            selections[lane]->push_back(static_cast<int>(chosen));
+            available[chosen * kPairs + pair][element] = 0;
             if (exclusionLists != nullptr && chosen < exclusionLists->size()) {
                 for (int const excluded : (*exclusionLists)[chosen]) {
                     if (excluded >= 0 && static_cast<std::size_t>(excluded) < flagCount_) {
-                        available[lane][excluded] = 0;
+                        available[static_cast<std::size_t>(excluded) * kPairs + pair][element] = 0;
                     }
                 }
             }
