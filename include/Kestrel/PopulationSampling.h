@@ -112,10 +112,13 @@ class KESTREL_API PolygonSampler2D : public DomainSampler2D {
     using Ring = std::vector<Point>;  // vertices in order, either orientation, closing vertex optional
 
     // Requires nothing; validates. A ring whose last vertex repeats its first has that vertex dropped.
-    // Throws std::invalid_argument (the message names the ring and edge) if a ring has fewer than three
-    // vertices, a non-finite coordinate, two equal consecutive vertices, zero area, or edges that touch or
-    // cross (within the ring or with another ring), or if a hole does not lie inside the outer ring or
-    // lies inside another hole.
+    // Throws std::invalid_argument if a ring has fewer than three vertices, a non-finite coordinate, two
+    // equal consecutive vertices, zero area, or edges that touch or cross (within the ring or with another
+    // ring), if a hole does not lie inside the outer ring or lies inside another hole, or if the polygon
+    // covers less than a millionth of its bounding box (rejection sampling would never finish). The
+    // message starts with "PolygonSampler2D: " and names the ring ("outer ring", "hole 0", ... counting
+    // holes from 0) and the 0-based edge or vertex, e.g.
+    // "PolygonSampler2D: outer ring edge 0 and outer ring edge 2 touch or cross".
     explicit PolygonSampler2D(Ring outer, std::vector<Ring> holes = {});
 
     // Copies share the validated, immutable polygon; a move copies, so no polygon is ever left empty.
@@ -133,9 +136,8 @@ class KESTREL_API PolygonSampler2D : public DomainSampler2D {
     // Area of the outer ring minus the areas of the holes.
     double getArea() const;
 
-    class Private;
-
   private:
+    class Private;
     std::shared_ptr<Private const> d_;
 };
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <random>
+#include <stdexcept>
 
 #include "PolygonRings.h"
 
@@ -16,8 +17,9 @@ namespace {
 
 using Point = DomainSampler2D::Point;
 
-constexpr std::uint64_t kSeed = 2024;  // fixed so every call spreads the same candidates
-constexpr std::size_t kBands = 64;     // horizontal bands of the edge index
+constexpr std::uint64_t kSeed = 2024;    // fixed so every call spreads the same candidates
+constexpr std::size_t kBands = 64;       // horizontal bands of the edge index
+constexpr double kLeastCoverage = 1e-6;  // smaller area / bounding-box area: rejection would never end
 
 struct Segment {
     Point a;
@@ -46,6 +48,10 @@ class PolygonSampler2D::Private {
         area_ = std::fabs(sampling::twiceSignedArea(outer)) / 2.0;
         for (std::size_t h = 1; h < rings_.size(); ++h) {
             area_ -= std::fabs(sampling::twiceSignedArea(rings_[h])) / 2.0;
+        }
+        if (area_ < kLeastCoverage * ((maxX_ - minX_) * (maxY_ - minY_))) {
+            throw std::invalid_argument(
+                "PolygonSampler2D: the polygon covers less than a millionth of its bounding box");
         }
         buildBands();
     }

@@ -169,6 +169,10 @@ TEST(PolygonSampler2D, DegenerateRings_AreRejected) {
                    "outer ring edge 2 and outer ring edge 4 touch or cross");
 }
 
+TEST(PolygonSampler2D, SliverCoveringAlmostNothingOfItsBox_IsRejected) {
+    expectRejected({{0, 0}, {1, 1}, {1, 1 + 1e-7}}, {}, "covers less than a millionth of its bounding box");
+}
+
 TEST(PolygonSampler2D, SelfIntersectingRing_IsRejected) {
     expectRejected({{0, 0}, {2, 2}, {2, 0}, {0, 2}}, {},
                    "outer ring edge 0 and outer ring edge 2 touch or cross");
