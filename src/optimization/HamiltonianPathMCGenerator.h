@@ -7,17 +7,17 @@
 // from the same stream.
 //
 // Guarantees: the population is a deterministic function of seed, weights and sizes, bit for bit, for any
-// number of OpenMP threads. Selection i always uses the uniform draws i * L ... (i + 1) * L - 1 of the
-// engine (L = pathLength, one 32-bit engine output per draw), so the draws are made once, in order, and
-// the selections are then built in parallel.
+// number of OpenMP threads. Selection i of a call always uses the call's uniform draws i * L ...
+// (i + 1) * L - 1 (L = pathLength, one 32-bit engine output per draw), so the draws are made first, in
+// order, and the selections are then built in parallel, several side by side on each thread.
 //
 // Walk, for one step from row m: total = sum, in index order, of the weights of the available nodes
 // 1 ... (row length - 1); threshold = u * total; then j = 0, 1, ... adds the weight at j to a running sum
 // when j is available and stops at the first j with threshold <= running sum (the row length when it
 // never stops). Node j is written and marked taken. Position 0 has weight 0, so a threshold of 0 (u = 0,
 // or nothing left with positive weight) writes node 0 and the next step uses row 0 again. A node beyond
-// the last row (only reachable with rows longer than the matrix is high, or with NaN or negative weights)
-// has a row holding only the weight 0, so the step after it writes node 0.
+// the last row (only reachable with rows longer than the matrix is high, or when NaN weights keep the walk
+// from stopping) has a row holding only the weight 0, so the step after it writes node 0.
 //
 // Copies share the private state (the engine included). One generator must not be used from several
 // threads at once.
