@@ -73,9 +73,10 @@ class KESTREL_API HungarianAlgorithm {
                     bool* primeMatrix, bool* coveredColumns, bool* coveredRows, int nOfRows, int nOfColumns,
                     int minDim);
     // Also reports the primed zero that starts the augmenting path when it returns NextStep::Step4.
+    // scanFrom (nOfColumns entries) is scratch space for the row at which each column's scan resumes.
     NextStep step3(int* assignment, double* distMatrix, bool* starMatrix, bool* newStarMatrix,
                    bool* primeMatrix, bool* coveredColumns, bool* coveredRows, int nOfRows, int nOfColumns,
-                   int minDim, int* primeRow, int* primeCol);
+                   int minDim, int* primeRow, int* primeCol, int* scanFrom);
     NextStep step4(int* assignment, double* distMatrix, bool* starMatrix, bool* newStarMatrix,
                    bool* primeMatrix, bool* coveredColumns, bool* coveredRows, int nOfRows, int nOfColumns,
                    int minDim, int row, int col);

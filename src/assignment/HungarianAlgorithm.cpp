@@ -5,9 +5,11 @@
 #include "MatrixCheck.h"
 #include "UniqueOptimumSolver.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <iostream>
 #include <memory>
 
@@ -26,8 +28,7 @@ void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix
     for (int col = 1; col < nOfColumns; ++col) {
         double const* column = distMatrix + elementIndex(0, col, nOfRows);
         for (int row = 0; row < nOfRows; ++row)
-            if (column[row] < rowMinimum[row])
-                rowMinimum[row] = column[row];
+            rowMinimum[row] = column[row] < rowMinimum[row] ? column[row] : rowMinimum[row];
     }
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
@@ -77,6 +78,23 @@ void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMat
         coveredRows[row] = false;
 }
 
+// Copies the caller's rows into a column-major array, in tiles so that reads and writes both stay in cache.
+void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* columnMajor, int nOfRows,
+                     int nOfColumns) {
+    constexpr int kTile = 32;
+    for (int rowStart = 0; rowStart < nOfRows; rowStart += kTile) {
+        int const rowEnd = std::min(nOfRows, rowStart + kTile);
+        for (int colStart = 0; colStart < nOfColumns; colStart += kTile) {
+            int const colEnd = std::min(nOfColumns, colStart + kTile);
+            for (int row = rowStart; row < rowEnd; ++row) {
+                double const* values = rows[row].data();
+                for (int col = colStart; col < colEnd; ++col)
+                    columnMajor[elementIndex(row, col, nOfRows)] = values[col];
+            }
+        }
+    }
+}
+
 }  // namespace
 
 double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, std::vector<int>& Assignment) {
@@ -110,11 +128,7 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     }
 
     std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
-    for (int row = 0; row < nOfRows; ++row) {
-        double const* values = DistMatrix[row].data();
-        for (int col = 0; col < nOfColumns; ++col)
-            distMatrixIn[elementIndex(row, col, nOfRows)] = values[col];
-    }
+    copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
     if (allowUniqueOptimumRoute && !wide &&
         findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
             UniqueOptimumOutcome::Proved)
@@ -134,12 +148,12 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
 
     std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
     std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
-    for (std::size_t index = 0; index < nOfElements; ++index) {
-        double const value = distMatrixIn[index];
-        if (value < 0.0)
-            std::cerr << "All matrix elements have to be non-negative." << std::endl;
-        distMatrix[index] = value;
-    }
+    std::memcpy(distMatrix.get(), distMatrixIn, nOfElements * sizeof(double));
+    std::size_t nOfNegativeElements = 0;
+    for (std::size_t index = 0; index < nOfElements; ++index)
+        nOfNegativeElements += distMatrixIn[index] < 0.0;
+    for (std::size_t k = 0; k < nOfNegativeElements; ++k)
+        std::cerr << "All matrix elements have to be non-negative." << std::endl;
 
     // One zeroed block for the cover vectors and the star, prime and new-star matrices.
     std::size_t const nOfFlags =
@@ -164,6 +178,7 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
 
     // The steps hand over to each other by returning the next one; this loop keeps the stack flat however
     // many iterations the matrix needs.
+    std::unique_ptr<int[]> scanFrom(new int[static_cast<std::size_t>(nOfColumns)]);
     int primeRow = -1;
     int primeCol = -1;
     NextStep next = NextStep::Step2b;
@@ -179,7 +194,8 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
                 break;
             case NextStep::Step3:
                 next = step3(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,
-                             coveredColumns, coveredRows, nOfRows, nOfColumns, minDim, &primeRow, &primeCol);
+                             coveredColumns, coveredRows, nOfRows, nOfColumns, minDim, &primeRow, &primeCol,
+                             scanFrom.get());
                 break;
             case NextStep::Step4:
                 next = step4(assignment, distMatrix.get(), starMatrix, newStarMatrix, primeMatrix,

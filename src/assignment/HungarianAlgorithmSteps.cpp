@@ -24,6 +24,22 @@ bool isZero(double value) {
     return std::fabs(value) < DBL_EPSILON;
 }
 
+// First row from `row` on whose value is zero and which is not covered, or nOfRows. Blocks of rows are
+// tested without early exit first, which the compiler can vectorise; most blocks hold no such row.
+int findUncoveredZero(double const* column, bool const* coveredRows, int row, int nOfRows) {
+    constexpr int kBlock = 8;
+    for (; row + kBlock <= nOfRows; row += kBlock) {
+        bool any = false;
+        for (int k = 0; k < kBlock; ++k)
+            any |= isZero(column[row + k]) & !coveredRows[row + k];
+        if (any)
+            break;
+    }
+    while (row < nOfRows && (!isZero(column[row]) || coveredRows[row]))
+        ++row;
+    return row;
+}
+
 // Row of the first star in `col` (rows in ascending order), or -1.
 int findStarInColumn(bool const* starMatrix, int col, int nOfRows) {
     bool const* column = starMatrix + elementIndex(0, col, nOfRows);
@@ -63,10 +79,16 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step2b(int* assignment, double*
     return NextStep::Step3;
 }
 
+// Within one call the values do not change and rows are only ever covered, so a row passed over in a
+// column's scan can never qualify later in the same call: each column's scan resumes where the previous
+// pass left it (after the zero it primed, or at the end), which finds exactly the zeros a full rescan
+// would find, in the same order.
 HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int* assignment, double* distMatrix, bool*, bool*,
                                                        bool* primeMatrix, bool* coveredColumns,
                                                        bool* coveredRows, int nOfRows, int nOfColumns, int,
-                                                       int* primeRow, int* primeCol) {
+                                                       int* primeRow, int* primeCol, int* scanFrom) {
+    for (int col = 0; col < nOfColumns; ++col)
+        scanFrom[col] = 0;
     bool zerosFound = true;
     while (zerosFound) {
         zerosFound = false;
@@ -74,21 +96,20 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int* assignment, double* 
             if (coveredColumns[col])
                 continue;
             double const* column = distMatrix + elementIndex(0, col, nOfRows);
-            for (int row = 0; row < nOfRows; ++row) {
-                if (!isZero(column[row]) || coveredRows[row])
-                    continue;
-                primeMatrix[elementIndex(row, col, nOfRows)] = true;
-                int const starCol = assignment[row];
-                if (starCol < 0) {
-                    *primeRow = row;
-                    *primeCol = col;
-                    return NextStep::Step4;
-                }
-                coveredRows[row] = true;
-                coveredColumns[starCol] = false;
-                zerosFound = true;
-                break;
+            int const row = findUncoveredZero(column, coveredRows, scanFrom[col], nOfRows);
+            scanFrom[col] = row;
+            if (row == nOfRows)
+                continue;
+            primeMatrix[elementIndex(row, col, nOfRows)] = true;
+            int const starCol = assignment[row];
+            if (starCol < 0) {
+                *primeRow = row;
+                *primeCol = col;
+                return NextStep::Step4;
             }
+            coveredRows[row] = true;
+            coveredColumns[starCol] = false;
+            zerosFound = true;
         }
     }
     return NextStep::Step5;
