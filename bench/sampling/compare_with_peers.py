@@ -10,8 +10,9 @@ python3-sklearn, in one run, on the same inputs.
 
 Usage: bench/sampling/compare_with_peers.py [--build BUILD_DIR] [--repetitions R]
 The build folder must hold bench/sampling/sampling_peer_timing (a Release build gives meaningful figures).
-Prints the median wall time of R repetitions of each and the ratio library / peer (below 1: the library
-is faster). Both sides use the threads OMP_NUM_THREADS allows (all cores by default).
+Prints the medians over R repetitions of the wall time and of the processor time (summed over threads;
+steadier than the wall time on a busy machine) and the ratios library / peer (below 1: the library is
+faster). Both sides use the threads OMP_NUM_THREADS allows (all cores by default).
 """
 import argparse
 import os
@@ -27,17 +28,20 @@ from sklearn.cluster import KMeans
 
 
 def median_seconds(run, repetitions):
-    times = []
+    """Median wall time and median processor time (all threads of this process) of the repetitions."""
+    wall, processor = [], []
     for _ in range(repetitions):
-        start = time.perf_counter()
+        start, start_processor = time.perf_counter(), time.process_time()
         run()
-        times.append(time.perf_counter() - start)
-    return statistics.median(times)
+        processor.append(time.process_time() - start_processor)
+        wall.append(time.perf_counter() - start)
+    return statistics.median(wall), statistics.median(processor)
 
 
 def library_seconds(driver, *arguments):
     output = subprocess.run([driver, *map(str, arguments)], check=True, capture_output=True, text=True)
-    return float(output.stdout.strip())
+    wall, processor = output.stdout.split()
+    return float(wall), float(processor)
 
 
 def compare_latin_hypercube(driver, repetitions):
@@ -85,9 +89,11 @@ def main():
 
     rows = compare_latin_hypercube(driver, arguments.repetitions)
     rows += compare_domain_sampler(driver, arguments.repetitions)
-    print(f"{'library':<24}{'size':<10}{'peer':<22}{'library s':>11}{'peer s':>11}{'ratio':>8}  note")
+    print(f"{'library':<24}{'size':<10}{'peer':<21}{'wall s':>9}{'peer':>9}{'ratio':>7}"
+          f"{'cpu s':>9}{'peer':>9}{'ratio':>7}  note")
     for name, size, peer_name, library, peer, note in rows:
-        print(f"{name:<24}{size:<10}{peer_name:<22}{library:>11.4f}{peer:>11.4f}{library / peer:>8.2f}  {note}")
+        print(f"{name:<24}{size:<10}{peer_name:<21}{library[0]:>9.4f}{peer[0]:>9.4f}{library[0] / peer[0]:>7.2f}"
+              f"{library[1]:>9.4f}{peer[1]:>9.4f}{library[1] / peer[1]:>7.2f}  {note}")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 // Times the library's samplers for bench/sampling/compare_with_peers.py, on inputs the script also hands
-// to its peers. Prints the median wall time in seconds over the repetitions.
+// to its peers. Prints the median wall time and the median processor time (all threads) in seconds over
+// the repetitions.
 //
 //   sampling_peer_timing lhs <points> <repetitions>
 //       CartesianProductSampler over four factors of <points> one-coordinate candidates.
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -27,19 +29,28 @@ class FileCandidates : public Kestrel::DomainSampler2D {
     std::vector<Point> points_;
 };
 
+struct Seconds {
+    double wall;
+    double processor;
+};
+
 template <typename Run>
-double medianSeconds(int repetitions, Run run) {
-    std::vector<double> seconds;
+Seconds medianSeconds(int repetitions, Run run) {
+    std::vector<double> wall;
+    std::vector<double> processor;
     for (int r = 0; r < repetitions; ++r) {
         auto const start = std::chrono::steady_clock::now();
+        std::clock_t const startClock = std::clock();
         run();
-        seconds.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        processor.push_back(static_cast<double>(std::clock() - startClock) / CLOCKS_PER_SEC);
+        wall.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
-    std::sort(seconds.begin(), seconds.end());
-    return seconds[seconds.size() / 2];
+    std::sort(wall.begin(), wall.end());
+    std::sort(processor.begin(), processor.end());
+    return {wall[wall.size() / 2], processor[processor.size() / 2]};
 }
 
-double timeLatinHypercube(std::size_t points, int repetitions) {
+Seconds timeLatinHypercube(std::size_t points, int repetitions) {
     std::vector<std::shared_ptr<Kestrel::CartesianProductSampler::Candidates>> factors;
     for (int f = 0; f < 4; ++f) {
         auto candidates = std::make_shared<Kestrel::CartesianProductSampler::Candidates>(points);
@@ -53,7 +64,7 @@ double timeLatinHypercube(std::size_t points, int repetitions) {
     });
 }
 
-double timeDomainSampler(std::string const& file, int samples, int repetitions) {
+Seconds timeDomainSampler(std::string const& file, int samples, int repetitions) {
     std::ifstream in(file, std::ios::binary);
     std::vector<Point> points;
     double xy[2];
@@ -70,11 +81,13 @@ double timeDomainSampler(std::string const& file, int samples, int repetitions) 
 int main(int argc, char** argv) {
     std::vector<std::string> const args(argv + 1, argv + argc);
     if (args.size() == 3 && args[0] == "lhs") {
-        std::printf("%.6f\n", timeLatinHypercube(std::stoul(args[1]), std::stoi(args[2])));
+        Seconds const seconds = timeLatinHypercube(std::stoul(args[1]), std::stoi(args[2]));
+        std::printf("%.6f %.6f\n", seconds.wall, seconds.processor);
         return 0;
     }
     if (args.size() == 4 && args[0] == "kmeans") {
-        std::printf("%.6f\n", timeDomainSampler(args[1], std::stoi(args[2]), std::stoi(args[3])));
+        Seconds const seconds = timeDomainSampler(args[1], std::stoi(args[2]), std::stoi(args[3]));
+        std::printf("%.6f %.6f\n", seconds.wall, seconds.processor);
         return 0;
     }
     std::cerr << "usage: sampling_peer_timing lhs <points> <repetitions>\n"
