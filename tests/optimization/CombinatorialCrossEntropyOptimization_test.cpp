@@ -396,6 +396,23 @@ TEST_F(OptimiserTest, FailingLaterIterationKeepsEarlierEvaluationsAndResult) {
     EXPECT_EQ(std::vector<int>{6}, result);
 }
 
+TEST_F(OptimiserTest, RowsLongerThanTheMatrixIsHighReachNodesWithoutARow) {
+    // Nodes 3 and 4 have no row: they are drawn, scored and counted, and the step after them writes 0.
+    Matrix const matrix{{0.1, 0.2, 0.3, 0.4}, {0.25, 0.25, 0.25, 0.25}, {0.4, 0.3, 0.2, 0.1}};
+    Optimiser::Objective const objective = [](std::vector<int> const& s) {
+        return static_cast<double>(s[0] * 10 + s[1]);
+    };
+    Optimiser optimiser(2, matrix, objective, true);
+    std::vector<int> result;
+    double const value = optimiser.optimize(standardParameters(), result, nullptr, 0);
+    ASSERT_EQ(2u, result.size());
+    EXPECT_EQ(static_cast<double>(result[0] * 10 + result[1]), value);
+    Optimiser again(2, matrix, objective, true);
+    std::vector<int> repeated;
+    EXPECT_EQ(value, again.optimize(standardParameters(), repeated, nullptr, 0));
+    EXPECT_EQ(result, repeated);
+}
+
 TEST_F(OptimiserTest, FreshObjectsWithEqualInputsGiveIdenticalResults) {
     SpreadObjective const spread = randomSpread(15, 4);
     Optimiser::Objective const objective = spread;

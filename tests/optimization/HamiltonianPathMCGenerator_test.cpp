@@ -144,6 +144,17 @@ TEST(HamiltonianPathMCGenerator, NodeZeroIsFollowedByADrawFromRowZero) {
     EXPECT_EQ((std::vector<int>{1, 0, 0}), paths.front());
 }
 
+TEST(HamiltonianPathMCGenerator, NodeBeyondTheLastRowIsFollowedByNodeZero) {
+    // Two rows of three weights: row 0 can only reach node 3, which has no row of its own.
+    std::vector<std::vector<double>> const matrix{{0.0, 0.0, 1.0}, {1.0, 1.0, 1.0}};
+    HamiltonianPathMCGenerator generator(matrix, 193);
+    Paths paths;
+    generator.generatePaths(10, paths, 3);
+    for (std::vector<int> const& path : paths) {
+        EXPECT_EQ((std::vector<int>{3, 0, 0}), path);
+    }
+}
+
 TEST(HamiltonianPathMCGenerator, ZeroWeightNodeIsNeverChosenWhileAPositiveOneIsAvailable) {
     std::mt19937 random(21);
     for (int trial = 0; trial < 40; ++trial) {
