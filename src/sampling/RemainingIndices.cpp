@@ -97,18 +97,18 @@ std::size_t RemainingIndices::takeAt(std::size_t position) {
     std::uint32_t rank = static_cast<std::uint32_t>(position);
     for (std::size_t step = blockCount / 2; step > 0; step /= 2) {
         std::uint32_t const below = blockTree_[block + step];
-        bool const skip = below <= rank;
-        block = skip ? block + step : block;
-        rank = skip ? rank - below : rank;
+        std::uint32_t const skip = below <= rank ? 1u : 0u;  // masks instead of branches: 50/50 outcomes
+        block += step & (std::size_t{0} - skip);
+        rank -= below & (0u - skip);
     }
     // `block` blocks lie wholly before the wanted entry; now the words within block `block` (0-based).
     std::uint16_t* tree = &wordTrees_[block * kWordsPerBlock];
     std::size_t word = 0;
     for (std::size_t step = kWordsPerBlock / 2; step > 0; step /= 2) {
         std::uint32_t const below = tree[word + step - 1];
-        bool const skip = below <= rank;
-        word = skip ? word + step : word;
-        rank = skip ? rank - below : rank;
+        std::uint32_t const skip = below <= rank ? 1u : 0u;  // masks instead of branches: 50/50 outcomes
+        word += step & (std::size_t{0} - skip);
+        rank -= below & (0u - skip);
     }
     std::size_t const index = block * kWordsPerBlock + word;
     int const bit = selectBit(words_[index], rank);
