@@ -4,11 +4,10 @@
 #include "ShortestAugmentingPath.h"
 
 #include <limits>
-#include <stdexcept>
 
 namespace Kestrel::assignment {
 
-DualSolution solveByShortestAugmentingPaths(double const* const* rows, int nRows, int nCols) {
+std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* rows, int nRows, int nCols) {
     double const infinity = std::numeric_limits<double>::infinity();
     DualSolution solution;
     solution.columnOfRow.assign(nRows, -1);
@@ -57,7 +56,7 @@ DualSolution solveByShortestAugmentingPaths(double const* const* rows, int nRows
                 }
             }
             if (lowestAt < 0 || !(lowest < infinity))
-                throw std::logic_error("shortest augmenting path: no column reachable");
+                return std::nullopt;
             reached = lowest;
             int const col = remaining[lowestAt];
             remaining[lowestAt] = remaining[--nRemaining];

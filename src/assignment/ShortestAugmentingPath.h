@@ -3,6 +3,7 @@
 // returns among several equal ones is not defined.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 namespace Kestrel::assignment {
@@ -17,8 +18,9 @@ struct DualSolution {
 };
 
 // rows[i] points to the nCols costs of row i (contiguous). Requires nRows <= nCols and finite costs.
+// Returns nothing if the search distances overflow (costs near the largest double).
 // Each row is added by one Dijkstra search over the columns in reduced costs: O(nRows * nCols) per row in
 // the worst case, O(nRows^2 * nCols) in all. Working memory is O(nCols), allocated once.
-DualSolution solveByShortestAugmentingPaths(double const* const* rows, int nRows, int nCols);
+std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* rows, int nRows, int nCols);
 
 }  // namespace Kestrel::assignment

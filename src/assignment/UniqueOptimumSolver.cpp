@@ -44,12 +44,14 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <optional>
 
 namespace Kestrel::assignment {
 namespace {
 
-// Elements above this are left to the steps: 4R must stay finite with room to spare.
-constexpr double kLargestElement = 1e300;
+// Elements above this are left to the steps: 4R, and the search distances (sums of up to 2^32 reduced
+// costs), must stay finite.
+constexpr double kLargestElement = 1e280;
 // Near-tight edges beyond this many per short-side line end the proof early: such matrices are full of
 // near-ties and the steps decide anyway.
 constexpr std::size_t kNearTightEdgesPerLine = 8;
@@ -123,19 +125,17 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
         double lineMinimum = cost[0];
-        int minimumCount = 0;
-        for (int k = 0; k < nLong; ++k) {
-            double const value = cost[k];
-            if (value < 0.0)
-                return UniqueOptimumOutcome::NotApplicable;
-            largest = std::max(largest, value);
-            if (value < lineMinimum) {
-                lineMinimum = value;
-                minimumCount = 1;
-            } else if (value == lineMinimum) {
-                ++minimumCount;
-            }
+        double lineMaximum = cost[0];
+        for (int k = 1; k < nLong; ++k) {
+            lineMinimum = cost[k] < lineMinimum ? cost[k] : lineMinimum;
+            lineMaximum = cost[k] > lineMaximum ? cost[k] : lineMaximum;
         }
+        if (lineMinimum < 0.0)
+            return UniqueOptimumOutcome::NotApplicable;
+        int minimumCount = 0;
+        for (int k = 0; k < nLong; ++k)
+            minimumCount += cost[k] == lineMinimum;
+        largest = std::max(largest, lineMaximum);
         reducedTotal += lineMinimum;
         linesWithRepeatedMinimum += minimumCount > 1;
     }
@@ -147,7 +147,10 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     if (largest > kLargestElement || operationsPerElement * eps > 0.1)
         return UniqueOptimumOutcome::NotApplicable;
 
-    DualSolution const solution = solveByShortestAugmentingPaths(lines.data(), nShort, nLong);
+    std::optional<DualSolution> const found = solveByShortestAugmentingPaths(lines.data(), nShort, nLong);
+    if (!found)
+        return UniqueOptimumOutcome::NotApplicable;
+    DualSolution const& solution = *found;
     std::vector<int> const& columnOfRow = solution.columnOfRow;
     std::vector<double> const& u = solution.rowDual;
     std::vector<double> const& v = solution.columnDual;

@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <numeric>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -86,8 +88,10 @@ TEST(UniqueOptimumSolver, ShortestAugmentingPathsFindTheOptimumWithFeasibleDuals
         std::vector<double const*> rows;
         for (auto const& row : matrix)
             rows.push_back(row.data());
-        Kestrel::assignment::DualSolution const solution =
+        std::optional<Kestrel::assignment::DualSolution> const found =
             Kestrel::assignment::solveByShortestAugmentingPaths(rows.data(), nRows, nCols);
+        ASSERT_TRUE(found.has_value());
+        Kestrel::assignment::DualSolution const& solution = *found;
         double cost = 0.0;
         std::vector<bool> used(nCols, false);
         for (int row = 0; row < nRows; ++row) {
@@ -234,9 +238,19 @@ TEST(UniqueOptimumSolver, NegativeElementsAreLeftToTheMunkresSteps) {
 }
 
 TEST(UniqueOptimumSolver, HugeElementsAreLeftToTheMunkresSteps) {
-    Matrix const matrix = {{1e301, 1.0}, {1.0, 2.0}};
+    Matrix const matrix = {{1e281, 1.0}, {1.0, 2.0}};
     std::vector<int> assignment;
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
+}
+
+TEST(UniqueOptimumSolver, ElementsNearTheLargestDoubleAreSolvedByTheMunkresSteps) {
+    double const big = std::numeric_limits<double>::max() / 8.0;
+    Matrix matrix = {{big, 1.0, big}, {1.0, big, 2.0}, {big, 3.0, big / 2.0}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
+    double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+    EXPECT_EQ(assignment, std::vector<int>({1, 0, 2}));
+    EXPECT_EQ(cost, (1.0 + 1.0) + big / 2.0);
 }
 
 TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheMunkresStepsAndMatchThem) {
