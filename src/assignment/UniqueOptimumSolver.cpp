@@ -159,10 +159,14 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     double largestColumnDual = 0.0;
     for (double value : u)
         largestRowDual = std::max(largestRowDual, std::fabs(value));
-    for (double value : v) {
-        if (!(value <= 0.0))
+    // The proof needs v <= 0 everywhere and v == 0 on the long-side lines the solution leaves unused.
+    std::vector<char> used(nLong, 0);
+    for (int col : columnOfRow)
+        used[col] = 1;
+    for (int k = 0; k < nLong; ++k) {
+        if (!(v[k] <= 0.0) || (!used[k] && v[k] != 0.0))
             return UniqueOptimumOutcome::NearTieFound;
-        largestColumnDual = std::max(largestColumnDual, -value);
+        largestColumnDual = std::max(largestColumnDual, -v[k]);
     }
     if (!std::isfinite(largestRowDual) || !std::isfinite(largestColumnDual))
         return UniqueOptimumOutcome::NearTieFound;
