@@ -195,8 +195,9 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
         mu = std::max(mu, std::fabs((lines[line][col] - u[line]) - v[col]));
     }
     double const theta = (stepsSlack + m * (delta0 + mu + 2.0 * delta)) * (1.0 + 1e-6) + tiny;
-    // Sums of up to 2m weights computed in double stay below (1 + 1e-9) times their exact value.
-    double const limit = theta * (1.0 + 1e-9);
+    // A sum of up to 2m weights computed in double stays below (1 + 2m DBL_EPSILON) times its exact value,
+    // so every cycle or chain lighter than theta is computed lighter than this limit.
+    double const limit = theta * (1.0 + 4.0 * m * eps);
 
     std::vector<NearTightEdge> edges;
     std::size_t const maxEdges = kNearTightEdgesPerLine * static_cast<std::size_t>(nShort) + 64;
