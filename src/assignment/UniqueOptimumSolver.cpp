@@ -66,6 +66,26 @@ struct NearTightEdge {
     double weight;
 };
 
+// Smallest and largest of values[0 .. n), in four interleaved chains so that the loop runs in vector
+// registers (every element is finite; which of -0.0 and 0.0 comes back does not matter here).
+void lineExtremes(double const* values, int n, double* minimum, double* maximum) {
+    double low[4] = {values[0], values[0], values[0], values[0]};
+    double high[4] = {values[0], values[0], values[0], values[0]};
+    int k = 0;
+    for (; k + 4 <= n; k += 4)
+        for (int lane = 0; lane < 4; ++lane) {
+            double const value = values[k + lane];
+            low[lane] = value < low[lane] ? value : low[lane];
+            high[lane] = value > high[lane] ? value : high[lane];
+        }
+    for (; k < n; ++k) {
+        low[0] = values[k] < low[0] ? values[k] : low[0];
+        high[0] = values[k] > high[0] ? values[k] : high[0];
+    }
+    *minimum = std::min(std::min(low[0], low[1]), std::min(low[2], low[3]));
+    *maximum = std::max(std::max(high[0], high[1]), std::max(high[2], high[3]));
+}
+
 NearOptimumGraph buildGraph(std::vector<NearTightEdge> const& edges, std::vector<int> const& columnOfRow,
                             std::vector<double> const& columnDual, int nShort, int nLong) {
     std::vector<int> rowOfColumn(nLong, -1);
@@ -126,10 +146,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
         double const* cost = lines[line];
         double lineMinimum = cost[0];
         double lineMaximum = cost[0];
-        for (int k = 1; k < nLong; ++k) {
-            lineMinimum = cost[k] < lineMinimum ? cost[k] : lineMinimum;
-            lineMaximum = cost[k] > lineMaximum ? cost[k] : lineMaximum;
-        }
+        lineExtremes(cost, nLong, &lineMinimum, &lineMaximum);
         if (lineMinimum < 0.0)
             return UniqueOptimumOutcome::NotApplicable;
         int minimumCount = 0;
@@ -199,21 +216,32 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     // so every cycle or chain lighter than theta is computed lighter than this limit.
     double const limit = theta * (1.0 + 4.0 * m * eps);
 
-    std::vector<NearTightEdge> edges;
+    // Per line, a first loop (vectorisable) finds the lowest reduced cost and counts those below the
+    // limit; only when some edge besides the assigned one is below it does a second loop collect them.
     std::size_t const maxEdges = kNearTightEdgesPerLine * static_cast<std::size_t>(nShort) + 64;
+    std::vector<NearTightEdge> edges;
+    edges.reserve(maxEdges);
     double lowestReduced = 0.0;
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
         double const rowDual = u[line];
+        double lineLowest = 0.0;
+        int nBelow = 0;
+        for (int k = 0; k < nLong; ++k) {
+            double const reduced = (cost[k] - rowDual) - v[k];
+            lineLowest = reduced < lineLowest ? reduced : lineLowest;
+            nBelow += reduced < limit;
+        }
+        lowestReduced = std::min(lowestReduced, lineLowest);
+        if (nBelow <= 1)
+            continue;
+        if (edges.size() + static_cast<std::size_t>(nBelow) > maxEdges + 1)
+            return UniqueOptimumOutcome::NearTieFound;
         int const assigned = columnOfRow[line];
         for (int k = 0; k < nLong; ++k) {
             double const reduced = (cost[k] - rowDual) - v[k];
-            lowestReduced = std::min(lowestReduced, reduced);
-            if (reduced < limit && k != assigned) {
-                if (edges.size() == maxEdges)
-                    return UniqueOptimumOutcome::NearTieFound;
+            if (reduced < limit && k != assigned)
                 edges.push_back(NearTightEdge{line, k, reduced + delta0});
-            }
         }
     }
     if (-lowestReduced > delta0)
