@@ -99,9 +99,10 @@ class KESTREL_API CombinatorialCrossEntropyOptimization {
     // when an earlier iteration was better. At most maxIterations - 1 iterations run; the run also ends
     // when the thresholds (or, with checkBestStall, the per-iteration best scores) have been equal for
     // stallIterations iterations, or when every row has perplexity 1.
-    // If maxIterations < 2, or an iteration's population is empty (0 selections), optimize returns
-    // +infinity at once and leaves `result` unchanged; that iteration counts no evaluation and calls no
-    // callback (a base population of 0 with a static population and one row is such a case).
+    // If maxIterations < 2, or an iteration's population is empty (0 selections, or fewer: a negative
+    // basePopulation caps it below 0), optimize returns +infinity at once and leaves `result` unchanged;
+    // that iteration counts no evaluation and calls no callback (a base population of 0 with a static
+    // population and one row is such a case).
     // `callback` (may be null) is called with the matrix and `smoothing` after the matrix update of an
     // iteration whose population was capped to the base population; it may change the matrix.
     // Throws: whatever the objective throws, rethrown once the iteration's evaluation loop is over

@@ -129,6 +129,18 @@ TEST_F(OptimiserTest, EmptyAdaptivePopulationLeavesResultUnchangedWithoutCallbac
     EXPECT_EQ(0, calls);
 }
 
+TEST_F(OptimiserTest, NegativeBasePopulationIsAnEmptyPopulation) {
+    Optimiser::Objective const objective = [](std::vector<int> const&) { return 1.0; };
+    Optimiser optimiser(2, uniformMatrix(5), objective, true);
+    int calls = 0;
+    Optimiser::Callback callback = [&](Matrix&, double) { ++calls; };
+    std::vector<int> result{3, 1};
+    EXPECT_EQ(kInfinity, optimiser.optimize(standardParameters(), result, &callback, -4));
+    EXPECT_EQ((std::vector<int>{3, 1}), result);
+    EXPECT_EQ(0u, optimiser.getNumberOfEvaluations());
+    EXPECT_EQ(0, calls);
+}
+
 TEST_F(OptimiserTest, MaxIterationsBelowTwoRunsNothing) {
     Optimiser::Objective const objective = [](std::vector<int> const&) { return 1.0; };
     for (int maxIterations : {1, 0, -3}) {
