@@ -2,6 +2,11 @@
 // remaining candidates keep the weights written for earlier selections, and the remaining list keeps its
 // full length too, its tail holding what earlier swap-removals left there. Both matter only when the
 // running sum of the current weights stays at or below the draw (rounding, or non-finite coordinates).
+//
+// The remaining candidates' coordinates and nearest distances are kept in remaining-list order, so the
+// distance update and the sum stream through memory. A current weight d2 / S is computed where the walk
+// reaches it; only the weight at the last current position must be stored, because that position leaves
+// the current range after this selection and keeps the weight written now.
 #include "KMeansPlusPlusSeeding.h"
 
 #include <cstddef>
@@ -17,24 +22,28 @@ namespace {
 constexpr std::minstd_rand::result_type kSeedState = 35;  // fixed so every run chooses the same centres
 constexpr std::size_t kParallelThreshold = 1024;          // fewer remaining candidates: serial update
 
-double squaredDistance(Point const& a, Point const& b) {
-    double const dx = a.first - b.first;
-    double const dy = a.second - b.second;
-    return dx * dx + dy * dy;
-}
+// The remaining candidates in remaining-list order: coordinates and squared distance to the nearest centre.
+struct RemainingCandidates {
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<double> nearest;
+};
 
-// d2[p] for each remaining p: distance to the newest centre, or the smaller of that and the nearest so far
-// (strictly smaller replaces: the same sequence of comparisons as scanning all chosen centres in order).
-void updateNearestDistances(std::vector<Point> const& candidates, std::vector<int> const& remaining,
-                            std::size_t remainingCount, Point const& newest, bool first,
-                            std::vector<double>& d2) {
-    std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(remainingCount);
-#pragma omp parallel for schedule(static) if (remainingCount >= kParallelThreshold)
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        std::size_t const p = static_cast<std::size_t>(remaining[static_cast<std::size_t>(i)]);
-        double const distance = squaredDistance(candidates[p], newest);
-        if (first || distance < d2[p]) {
-            d2[p] = distance;
+// Each remaining candidate meets the newest centre, which replaces its nearest distance only when strictly
+// closer (the first centre sets it): the same comparisons as scanning all chosen centres in order.
+void updateNearestDistances(RemainingCandidates& remaining, std::size_t count, Point const& newest,
+                            bool first) {
+    std::ptrdiff_t const n = static_cast<std::ptrdiff_t>(count);
+    double const* x = remaining.x.data();
+    double const* y = remaining.y.data();
+    double* nearest = remaining.nearest.data();
+#pragma omp parallel for schedule(static) if (count >= kParallelThreshold)
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        double const dx = x[i] - newest.first;
+        double const dy = y[i] - newest.second;
+        double const distance = dx * dx + dy * dy;
+        if (first || distance < nearest[i]) {
+            nearest[i] = distance;
         }
     }
 }
@@ -45,44 +54,60 @@ std::vector<Point> seedKMeansPlusPlus(std::vector<Point> const& candidates, int 
     std::size_t const m = candidates.size();
     std::vector<int> remaining(m);
     std::iota(remaining.begin(), remaining.end(), 0);
-    std::size_t remainingCount = m;
-    std::vector<double> weights(m, 1.0 / static_cast<double>(m));
-    std::vector<double> d2(m, 0.0);
+    RemainingCandidates live{std::vector<double>(m), std::vector<double>(m), std::vector<double>(m, 0.0)};
+    for (std::size_t i = 0; i < m; ++i) {
+        live.x[i] = candidates[i].first;
+        live.y[i] = candidates[i].second;
+    }
+    std::size_t count = m;
+    double const initialWeight = 1.0 / static_cast<double>(m);
+    std::vector<double> earlierWeights(m, initialWeight);  // read only past the current range
     std::minstd_rand engine(kSeedState);
 
     std::vector<Point> centres;
     std::size_t const wanted = k > 0 ? static_cast<std::size_t>(k) : 0;
-    while (centres.size() < wanted && remainingCount > 0) {
+    while (centres.size() < wanted && count > 0) {
+        double sum = 0.0;
         if (!centres.empty()) {
-            updateNearestDistances(candidates, remaining, remainingCount, centres.back(), centres.size() == 1,
-                                   d2);
-            double sum = 0.0;
-            for (std::size_t i = 0; i < remainingCount; ++i) {
-                sum += d2[static_cast<std::size_t>(remaining[i])];
-            }
-            if (sum != 0.0) {
-                for (std::size_t i = 0; i < remainingCount; ++i) {
-                    weights[i] = d2[static_cast<std::size_t>(remaining[i])] / sum;
-                }
-            } else {
-                for (std::size_t i = 0; i < remainingCount; ++i) {
-                    weights[i] = 1.0 / static_cast<double>(remainingCount);
-                }
+            updateNearestDistances(live, count, centres.back(), centres.size() == 1);
+            for (std::size_t i = 0; i < count; ++i) {
+                sum += live.nearest[i];
             }
         }
+        double const equalWeight = 1.0 / static_cast<double>(count);
+        auto weightAt = [&](std::size_t i) {
+            if (centres.empty()) {
+                return initialWeight;
+            }
+            return sum != 0.0 ? live.nearest[i] / sum : equalWeight;
+        };
         double const r = drawUnitFromMinimalStandard(engine);
         std::size_t position = m - 1;
         double running = 0.0;
-        for (std::size_t i = 0; i < m; ++i) {
-            running += weights[i];
+        bool found = false;
+        for (std::size_t i = 0; i < count && !found; ++i) {
+            running += weightAt(i);
             if (running > r) {
                 position = i;
-                break;
+                found = true;
             }
         }
+        for (std::size_t i = count; i < m && !found; ++i) {
+            running += earlierWeights[i];
+            if (running > r) {
+                position = i;
+                found = true;
+            }
+        }
+        earlierWeights[count - 1] = weightAt(count - 1);
         centres.push_back(candidates[static_cast<std::size_t>(remaining[position])]);
-        remaining[position] = remaining[remainingCount - 1];
-        --remainingCount;
+        remaining[position] = remaining[count - 1];
+        if (position < count) {
+            live.x[position] = live.x[count - 1];
+            live.y[position] = live.y[count - 1];
+            live.nearest[position] = live.nearest[count - 1];
+        }
+        --count;
     }
     return centres;
 }

@@ -8,6 +8,8 @@
 // all centres in order, exactly as the plain method does.
 #include "LloydIterations.h"
 
+#include "CentresByX.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -21,8 +23,7 @@ constexpr double kSlackPerScale = 1e-12;                 // bound slack relative
 constexpr double kSmallestSafeScale = 1e-100;            // below: squared distances may lose all precision
 constexpr double kLargestSafeScale = 1e100;              // above: squared distances may overflow
 constexpr std::ptrdiff_t kParallelThreshold = 8192;      // fewer candidates: a serial loop is as fast
-constexpr std::ptrdiff_t kLeastCentresForThreads = 512;  // fewer: the O(k^2) gaps are quick serially
-constexpr std::size_t kMostCentresForHalfGaps = 1024;    // the O(k^2) centre gaps pay off up to here
+constexpr std::ptrdiff_t kLeastCentresForThreads = 512;  // fewer: the centre gaps are quick serially
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 double squaredDistance(Point const& a, Point const& b) {
@@ -50,7 +51,7 @@ class BoundedAssignment {
           centreOf_(candidates.size(), 0),
           upper_(candidates.size(), 0.0),
           lower_(candidates.size(), 0.0),
-          halfGap_(centreCount, -kInfinity),
+          halfGap_(centreCount, 0.0),
           drift_(centreCount, 0.0) {
         double const scale = safeScale(candidates);
         useBounds_ = scale > 0.0;
@@ -61,6 +62,9 @@ class BoundedAssignment {
 
     // Assigns every candidate by comparing all distances.
     void assignAll(std::vector<Point> const& centres) {
+        if (useBounds_) {
+            byX_.assign(centres);
+        }
         std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(candidates_.size());
 #pragma omp parallel for schedule(static) if (count >= kParallelThreshold)
         for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -87,6 +91,16 @@ class BoundedAssignment {
     // earlier centre); the bounds become the distances to the nearest and the second nearest.
     void scanAll(std::size_t p, std::vector<Point> const& centres) {
         Point const& point = candidates_[p];
+        if (useBounds_) {
+            int best = 0;
+            double bestDistance = 0.0;
+            double secondDistance = 0.0;
+            byX_.nearestTwo(point, best, bestDistance, secondDistance);
+            centreOf_[p] = best;
+            upper_[p] = std::sqrt(bestDistance) + slack_;
+            lower_[p] = std::sqrt(secondDistance) - slack_;
+            return;
+        }
         int best = 0;
         double bestDistance = squaredDistance(point, centres[0]);
         double secondDistance = kInfinity;
@@ -101,10 +115,6 @@ class BoundedAssignment {
             }
         }
         centreOf_[p] = best;
-        if (useBounds_) {
-            upper_[p] = std::sqrt(bestDistance) + slack_;
-            lower_[p] = std::sqrt(secondDistance) - slack_;
-        }
     }
 
     void reassignOne(std::size_t p, std::vector<Point> const& centres) {
@@ -139,24 +149,21 @@ class BoundedAssignment {
                 secondFastestDrift_ = drift_[c];
             }
         }
-        if (k > kMostCentresForHalfGaps) {
-            return;
-        }
+        byX_.assign(centres);
         std::ptrdiff_t const centreCount = static_cast<std::ptrdiff_t>(k);
 #pragma omp parallel for schedule(static) if (centreCount >= kLeastCentresForThreads)
         for (std::ptrdiff_t c = 0; c < centreCount; ++c) {
-            double nearest = kInfinity;
-            for (std::size_t other = 0; other < k; ++other) {
-                if (other != static_cast<std::size_t>(c)) {
-                    nearest = std::min(nearest,
-                                       squaredDistance(centres[static_cast<std::size_t>(c)], centres[other]));
-                }
-            }
-            halfGap_[static_cast<std::size_t>(c)] = 0.5 * std::sqrt(nearest) - slack_;
+            // The centre itself (or a coinciding one) is the nearest; the second is its nearest other.
+            int nearest = 0;
+            double itself = 0.0;
+            double nearestOther = 0.0;
+            byX_.nearestTwo(centres[static_cast<std::size_t>(c)], nearest, itself, nearestOther);
+            halfGap_[static_cast<std::size_t>(c)] = 0.5 * std::sqrt(nearestOther) - slack_;
         }
     }
 
     std::vector<Point> const& candidates_;
+    CentresByX byX_;  // the current centres by x, used when the coordinates are in the safe range
     std::vector<int> centreOf_;
     std::vector<double> upper_;    // at least the distance to the assigned centre
     std::vector<double> lower_;    // at most the distance to every other centre
