@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -206,6 +207,48 @@ TEST(SegmentCurvature, SegmentWithoutArcLengthHasZeroCurvature) {
     EXPECT_EQ(curvature[1], 0.0);
     EXPECT_EQ(lengths[1], 0.0);
     EXPECT_NEAR(curvature[0] * 5.0, -kSampledShare, 0.03);  // at the line's start: one-sided end slopes
+}
+
+TEST(SegmentCurvature, RandomLinesGiveOneFiniteCurvatureAndOneLengthPerSegment) {
+    std::mt19937 engine(17);
+    std::uniform_real_distribution<double> coordinate(-10.0, 10.0);
+    for (int trial = 0; trial < 200; ++trial) {
+        int const count = 3 + trial % 40;
+        Points points;
+        for (int i = 0; i < count; ++i) {
+            points.emplace_back(coordinate(engine), coordinate(engine));
+        }
+        // Ascending segments of random size with random gaps (possibly none, possibly touching).
+        Segments segments;
+        int first = std::uniform_int_distribution<int>(0, 2)(engine);
+        while (first < count - 1) {
+            int const last = std::min(count - 1, first + std::uniform_int_distribution<int>(1, 6)(engine));
+            segments.emplace_back(first, last);
+            first = last + std::uniform_int_distribution<int>(0, 3)(engine);
+        }
+        for (bool const closed : {false, true}) {
+            std::vector<double> curvature{5.0};
+            std::vector<double> lengths{-1.0};
+            SegmentGrouper::calculateSegmentCurvature(points, closed, segments, curvature, lengths);
+            ASSERT_EQ(curvature.size(), segments.size());
+            ASSERT_EQ(lengths.size(), segments.size() + 1);
+            if (segments.empty()) {
+                continue;
+            }
+            double total = 0.0;
+            for (std::size_t k = 0; k < segments.size(); ++k) {
+                EXPECT_TRUE(std::isfinite(curvature[k])) << "trial " << trial << " k " << k;
+                EXPECT_GE(lengths[k + 1], 0.0);
+                total += lengths[k + 1];
+            }
+            // The extended segments cover the whole line once (the loop on a closed line with two or more
+            // segments), up to the inserted points lying on the curve rather than on the chords.
+            bool const loop = closed && segments.size() >= 2;
+            double const expected = polylineLength(points, loop);
+            EXPECT_GE(total, expected * (1.0 - 1e-12)) << "trial " << trial;
+            EXPECT_LE(total, expected * 1.5) << "trial " << trial;
+        }
+    }
 }
 
 }  // namespace
