@@ -3,9 +3,9 @@
 // The candidate chosen for point i and entry k of the order is the one at position j of that entry's list
 // of unused candidates (kept ascending), with j from the (i * K + k)-th output of the seeded engine. So the
 // draws depend on nothing but i and r = N - i: they are made first, in their fixed order; then each entry's
-// positions are turned into candidate indices with an order-statistic set (O(log N) per removal instead
-// of erasing from the middle of a list), the entries in parallel; then the points are assembled in
-// parallel. Every step writes only its own slots, so the result does not depend on the thread count.
+// positions are turned into candidate indices in O(N log N) (instead of erasing from the middle of a
+// list, O(N^2)), the entries in parallel; then the points are assembled in parallel. Every step writes
+// only its own slots, so the result does not depend on the thread count.
 #include <Kestrel/PopulationSampling.h>
 
 #include <omp.h>
@@ -20,7 +20,7 @@
 
 #include "ParallelExceptions.h"
 #include "PopulationAssembly.h"
-#include "RemainingIndices.h"
+#include "PositionDecoding.h"
 #include "UniformDraws.h"
 
 namespace Kestrel {
@@ -69,10 +69,7 @@ void choosePositions(std::vector<std::vector<std::uint32_t>>& positions, std::si
 #pragma omp parallel for schedule(static) if (pointCount >= sampling::kLeastPointsForThreads)
     for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
         try {
-            sampling::RemainingIndices remaining(pointCount);
-            for (std::uint32_t& position : positions[static_cast<std::size_t>(k)]) {
-                position = static_cast<std::uint32_t>(remaining.takeAt(position));
-            }
+            sampling::takeOutInOrder(positions[static_cast<std::size_t>(k)]);
         } catch (...) {
             errors.capture(k);
         }
