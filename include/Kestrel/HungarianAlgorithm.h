@@ -4,7 +4,9 @@
 // and to each column at most one row, so that min(rows, columns) pairs are formed and the sum of their
 // costs is minimal. The method is the Munkres form of the Hungarian method on a column-major working copy,
 // with stars and primes kept as boolean matrices; where several assignments are optimal, its scan orders
-// decide which one comes back (lowest column first, then lowest row), so results are reproducible.
+// decide which one comes back (lowest column first, then lowest row), so results are reproducible. The
+// steps work in double precision with a zero tolerance of DBL_EPSILON, so assignments whose costs differ
+// only in the last few bits count as ties.
 //
 // Cost: the Munkres steps take O(n^3) to O(n^4) time on an n x n matrix, each of their up to n(n+1)/2
 // matrix adjustments touching every element. Faster route, same result: when the matrix has no negative
