@@ -4,8 +4,9 @@
 // the one to the assigned centre by more than 1e-12 * R, the computed squared distances are therefore
 // strictly ordered the same way. The bounds carry a slack of 1e-12 * R on every update, which covers the
 // rounding of the bound arithmetic itself, and a candidate keeps its centre only when the bounds separate
-// the two distances by that slack. Everything else is decided by comparing computed squared distances to
-// all centres in order, exactly as the plain method does.
+// the two distances by that slack. Everything else is decided by the full comparison of computed squared
+// distances (searched over the centres sorted by x, which gives exactly the result of comparing all
+// centres in order, as the plain method does).
 #include "LloydIterations.h"
 
 #include "CentresByX.h"
