@@ -40,6 +40,31 @@ double lowestOpenDistance(double const* __restrict distance, double const* __res
     return std::min(std::min(lowest[0], lowest[1]), std::min(lowest[2], lowest[3]));
 }
 
+// Square problems start from the column minima as column duals (row duals 0), each column given to the
+// first row holding its minimum when that row is still free: a dual-feasible start in which most rows
+// are already assigned along tight edges, so that fewer and shorter searches remain.
+void reduceColumns(double const* const* rows, int nRows, int nCols, std::vector<int>& columnOfRow,
+                   std::vector<int>& rowOfColumn, std::vector<double>& v) {
+    std::vector<int> lowestRow(nCols, 0);
+    for (int col = 0; col < nCols; ++col)
+        v[col] = rows[0][col];
+    for (int row = 1; row < nRows; ++row) {
+        double const* cost = rows[row];
+        for (int col = 0; col < nCols; ++col) {
+            bool const lower = cost[col] < v[col];
+            v[col] = lower ? cost[col] : v[col];
+            lowestRow[col] = lower ? row : lowestRow[col];
+        }
+    }
+    for (int col = 0; col < nCols; ++col) {
+        int const row = lowestRow[col];
+        if (columnOfRow[row] < 0) {
+            columnOfRow[row] = col;
+            rowOfColumn[col] = row;
+        }
+    }
+}
+
 }  // namespace
 
 std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* rows, int nRows, int nCols) {
@@ -61,7 +86,12 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
     scannedColumns.reserve(nCols);
     visitedRows.reserve(nRows);
 
+    if (nRows == nCols)
+        reduceColumns(rows, nRows, nCols, columnOfRow, rowOfColumn, v);
+
     for (int startRow = 0; startRow < nRows; ++startRow) {
+        if (columnOfRow[startRow] >= 0)
+            continue;
         std::fill(distance.begin(), distance.end(), infinity);
         std::fill(blocked.begin(), blocked.end(), 0.0);
         scannedColumns.clear();
@@ -105,6 +135,14 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
                 break;
             col = previous;
         }
+    }
+    if (nRows == nCols) {
+        // Shift the duals so that every column dual is <= 0; reduced costs are unchanged.
+        double const shift = *std::max_element(v.begin(), v.end());
+        for (double& value : v)
+            value -= shift;
+        for (double& value : u)
+            value += shift;
     }
     return solution;
 }
