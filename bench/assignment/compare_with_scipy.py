@@ -4,8 +4,8 @@
 Usage: bench/assignment/compare_with_scipy.py BUILD_DIR [--repetitions N] [--quick]
 
 BUILD_DIR is a (Release) build folder in which the target `assignment_driver` has been built. For every
-case, matrices are drawn from fixed seeds with numpy, written to a temporary file, solved by the driver
-(median of N calls inside one process) and by scipy (median of N calls), and compared: the library must
+case, matrices are drawn from fixed seeds with numpy, written to a temporary file, solved N times by the driver
+(one call per process, timed inside it) alternating with N scipy calls, and compared: the library must
 return an optimal cost, and where the fast route proved the optimum unique, exactly scipy's assignment.
 The table reports the medians, their ratio and how often the Munkres steps (the tie route) ran.
 """
@@ -57,24 +57,34 @@ def row_order_cost(matrix, assignment):
     return total
 
 
-def run_library(driver, path, repetitions):
-    output = subprocess.run([driver, path, str(repetitions)], check=True, capture_output=True, text=True).stdout
+def run_library(driver, path):
+    output = subprocess.run([driver, path, "1"], check=True, capture_output=True, text=True).stdout
     header, assignment_line = output.strip().split("\n")
     fields = dict(item.split("=") for item in header.split())
     assignment = [int(value) for value in assignment_line.split()]
     return fields["route"], float(fields["cost"]), float(fields["median_seconds"]), assignment
 
 
-def run_scipy(matrix, repetitions):
-    seconds = []
-    for _ in range(repetitions):
-        start = time.perf_counter()
-        rows, cols = linear_sum_assignment(matrix)
-        seconds.append(time.perf_counter() - start)
+def run_scipy(matrix):
+    start = time.perf_counter()
+    rows, cols = linear_sum_assignment(matrix)
+    seconds = time.perf_counter() - start
     assignment = [-1] * matrix.shape[0]
     for row, col in zip(rows, cols):
         assignment[row] = int(col)
-    return row_order_cost(matrix, assignment), statistics.median(seconds), assignment
+    return row_order_cost(matrix, assignment), seconds, assignment
+
+
+def time_both(driver, path, matrix, repetitions):
+    """Alternates one library call and one scipy call, so that both see the same machine load."""
+    library_seconds, scipy_seconds = [], []
+    for _ in range(repetitions):
+        route, cost, seconds, assignment = run_library(driver, path)
+        library_seconds.append(seconds)
+        scipy_cost, seconds, scipy_assignment = run_scipy(matrix)
+        scipy_seconds.append(seconds)
+    return (route, cost, statistics.median(library_seconds), assignment,
+            scipy_cost, statistics.median(scipy_seconds), scipy_assignment)
 
 
 def main():
@@ -100,8 +110,8 @@ def main():
             for seed in range(1, seeds + 1):
                 matrix = make_matrix(rows, cols, kind, 1000 * rows + cols + seed)
                 write_matrix(path, matrix)
-                route, cost, seconds, assignment = run_library(driver, path, args.repetitions)
-                scipy_cost, scipy_seconds, scipy_assignment = run_scipy(matrix, args.repetitions)
+                (route, cost, seconds, assignment, scipy_cost, scipy_seconds,
+                 scipy_assignment) = time_both(driver, path, matrix, args.repetitions)
                 library_times.append(seconds)
                 scipy_times.append(scipy_seconds)
                 steps += route == "steps"
