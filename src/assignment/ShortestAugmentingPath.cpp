@@ -6,38 +6,58 @@
 #include <algorithm>
 #include <limits>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace Kestrel::assignment {
 namespace {
 
 // Lowers the distance of every open column reachable more cheaply through `row`. Scanned columns carry
-// +infinity in `blocked`, so their candidate never wins; the loop has no branches and, with the arrays
-// declared unaliased (__restrict, understood by GCC, Clang and MSVC), vectorises.
-void relaxFromRow(double const* __restrict cost, double offset, double row, double const* __restrict v,
-                  double const* __restrict blocked, double* __restrict distance,
-                  double* __restrict reachedFrom, int nCols) {
-    for (int col = 0; col < nCols; ++col) {
+// +infinity in `blocked`, so their candidate never wins. The loop has no branches; with SSE2 (every x86-64
+// processor) two columns go per instruction, with the same operations in the same order as the plain loop.
+void relaxFromRow(double const* cost, double offset, double row, double const* v, double const* blocked,
+                  double* distance, double* reachedFrom, int nCols) {
+    int col = 0;
+#if defined(__SSE2__)
+    __m128d const offsets = _mm_set1_pd(offset);
+    __m128d const rows = _mm_set1_pd(row);
+    for (; col + 2 <= nCols; col += 2) {
+        __m128d const candidate =
+            _mm_add_pd(_mm_sub_pd(_mm_add_pd(offsets, _mm_loadu_pd(cost + col)), _mm_loadu_pd(v + col)),
+                       _mm_loadu_pd(blocked + col));
+        __m128d const current = _mm_loadu_pd(distance + col);
+        __m128d const better = _mm_cmplt_pd(candidate, current);
+        _mm_storeu_pd(distance + col,
+                      _mm_or_pd(_mm_and_pd(better, candidate), _mm_andnot_pd(better, current)));
+        __m128d const from = _mm_loadu_pd(reachedFrom + col);
+        _mm_storeu_pd(reachedFrom + col, _mm_or_pd(_mm_and_pd(better, rows), _mm_andnot_pd(better, from)));
+    }
+#endif
+    for (; col < nCols; ++col) {
         double const candidate = ((offset + cost[col]) - v[col]) + blocked[col];
-        bool const better = candidate < distance[col];
-        distance[col] = better ? candidate : distance[col];
-        reachedFrom[col] = better ? row : reachedFrom[col];
+        if (candidate < distance[col]) {
+            distance[col] = candidate;
+            reachedFrom[col] = row;
+        }
     }
 }
 
-// Smallest distance among the open columns, in four interleaved chains so that it vectorises.
-double lowestOpenDistance(double const* __restrict distance, double const* __restrict blocked, int nCols) {
-    double const infinity = std::numeric_limits<double>::infinity();
-    double lowest[4] = {infinity, infinity, infinity, infinity};
+// Smallest distance among the open columns (distance + blocked), two columns per instruction with SSE2.
+double lowestOpenDistance(double const* distance, double const* blocked, int nCols) {
+    double lowest = std::numeric_limits<double>::infinity();
     int col = 0;
-    for (; col + 4 <= nCols; col += 4)
-        for (int lane = 0; lane < 4; ++lane) {
-            double const value = distance[col + lane] + blocked[col + lane];
-            lowest[lane] = value < lowest[lane] ? value : lowest[lane];
-        }
-    for (; col < nCols; ++col) {
-        double const value = distance[col] + blocked[col];
-        lowest[0] = value < lowest[0] ? value : lowest[0];
-    }
-    return std::min(std::min(lowest[0], lowest[1]), std::min(lowest[2], lowest[3]));
+#if defined(__SSE2__)
+    __m128d lanes = _mm_set1_pd(lowest);
+    for (; col + 2 <= nCols; col += 2)
+        lanes = _mm_min_pd(_mm_add_pd(_mm_loadu_pd(distance + col), _mm_loadu_pd(blocked + col)), lanes);
+    double pair[2];
+    _mm_storeu_pd(pair, lanes);
+    lowest = std::min(pair[0], pair[1]);
+#endif
+    for (; col < nCols; ++col)
+        lowest = std::min(lowest, distance[col] + blocked[col]);
+    return lowest;
 }
 
 // Square problems start from the column minima as column duals (row duals 0), each column given to the
