@@ -92,6 +92,10 @@ class KESTREL_API DomainSampler2D {
     // moves to the member nearest to its members' mean, a centre without members stays) until no centre
     // moves or max(n, 100) iterations have run. With m < n, fewer than n points come back.
     // n <= 0: `out` is cleared and generateCandidates is not called.
+    // Threads: the seeding's distance update runs as an OpenMP parallel loop (static schedule) once per
+    // chosen centre while at least 1024 candidates remain, the assignment of candidates once per Lloyd
+    // iteration from 8192 candidates on; neither calls generateCandidates. The result does not depend on
+    // the number of threads. On a machine whose cores are all busy, OMP_NUM_THREADS=1 is faster.
     // Throws: whatever generateCandidates throws (`out` is then unchanged); std::length_error if 100 * n
     // exceeds the int range; std::bad_alloc when memory runs out.
     void calculateSamples(int n, std::vector<Point>& out);
