@@ -1,6 +1,8 @@
 // Validation of the caller's cost matrix before anything is copied or written.
 #include "MatrixCheck.h"
 
+#include "LineScans.h"
+
 #include <climits>
 #include <cmath>
 #include <stdexcept>
@@ -19,6 +21,8 @@ MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix) {
             throw std::invalid_argument("HungarianAlgorithm::Solve: row " + std::to_string(row) + " has " +
                                         std::to_string(values.size()) + " elements, but row 0 has " +
                                         std::to_string(nOfColumns));
+        if (allFinite(values.data(), static_cast<int>(nOfColumns)))
+            continue;
         for (std::size_t col = 0; col < nOfColumns; ++col)
             if (!std::isfinite(values[col]))
                 throw std::invalid_argument("HungarianAlgorithm::Solve: element (row " + std::to_string(row) +

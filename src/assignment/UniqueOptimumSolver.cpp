@@ -36,6 +36,7 @@
 // the steps' result can exceed the optimum, so the steps return s.
 #include "UniqueOptimumSolver.h"
 
+#include "LineScans.h"
 #include "NearOptimumSearch.h"
 #include "ShortestAugmentingPath.h"
 
@@ -65,26 +66,6 @@ struct NearTightEdge {
     int target;  // long-side line
     double weight;
 };
-
-// Smallest and largest of values[0 .. n), in four interleaved chains so that the loop runs in vector
-// registers (every element is finite; which of -0.0 and 0.0 comes back does not matter here).
-void lineExtremes(double const* values, int n, double* minimum, double* maximum) {
-    double low[4] = {values[0], values[0], values[0], values[0]};
-    double high[4] = {values[0], values[0], values[0], values[0]};
-    int k = 0;
-    for (; k + 4 <= n; k += 4)
-        for (int lane = 0; lane < 4; ++lane) {
-            double const value = values[k + lane];
-            low[lane] = value < low[lane] ? value : low[lane];
-            high[lane] = value > high[lane] ? value : high[lane];
-        }
-    for (; k < n; ++k) {
-        low[0] = values[k] < low[0] ? values[k] : low[0];
-        high[0] = values[k] > high[0] ? values[k] : high[0];
-    }
-    *minimum = std::min(std::min(low[0], low[1]), std::min(low[2], low[3]));
-    *maximum = std::max(std::max(high[0], high[1]), std::max(high[2], high[3]));
-}
 
 NearOptimumGraph buildGraph(std::vector<NearTightEdge> const& edges, std::vector<int> const& columnOfRow,
                             std::vector<double> const& columnDual, int nShort, int nLong) {
@@ -144,14 +125,12 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     int linesWithRepeatedMinimum = 0;
     for (int line = 0; line < nShort; ++line) {
         double const* cost = lines[line];
-        double lineMinimum = cost[0];
-        double lineMaximum = cost[0];
+        double lineMinimum = 0.0;
+        double lineMaximum = 0.0;
         lineExtremes(cost, nLong, &lineMinimum, &lineMaximum);
         if (lineMinimum < 0.0)
             return UniqueOptimumOutcome::NotApplicable;
-        int minimumCount = 0;
-        for (int k = 0; k < nLong; ++k)
-            minimumCount += cost[k] == lineMinimum;
+        int const minimumCount = countEqual(cost, nLong, lineMinimum);
         largest = std::max(largest, lineMaximum);
         reducedTotal += lineMinimum;
         linesWithRepeatedMinimum += minimumCount > 1;
@@ -216,7 +195,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     // so every cycle or chain lighter than theta is computed lighter than this limit.
     double const limit = theta * (1.0 + 4.0 * m * eps);
 
-    // Per line, a first loop (vectorisable) finds the lowest reduced cost and counts those below the
+    // Per line, a first pass finds the lowest reduced cost and counts those below the
     // limit; only when some edge besides the assigned one is below it does a second loop collect them.
     std::size_t const maxEdges = kNearTightEdgesPerLine * static_cast<std::size_t>(nShort) + 64;
     std::vector<NearTightEdge> edges;
@@ -227,11 +206,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
         double const rowDual = u[line];
         double lineLowest = 0.0;
         int nBelow = 0;
-        for (int k = 0; k < nLong; ++k) {
-            double const reduced = (cost[k] - rowDual) - v[k];
-            lineLowest = reduced < lineLowest ? reduced : lineLowest;
-            nBelow += reduced < limit;
-        }
+        scanReducedCosts(cost, v.data(), rowDual, nLong, limit, &lineLowest, &nBelow);
         lowestReduced = std::min(lowestReduced, lineLowest);
         if (nBelow <= 1)
             continue;
