@@ -13,7 +13,7 @@ void addOutputOption(CLI::App& command, std::string& output) {
     command.add_option("-o,--output", output, "write the result to this file instead of standard output");
 }
 
-std::string formatJson(nlohmann::json const& document) {
+std::string formatJson(nlohmann::ordered_json const& document) {
     return document.dump(2) + "\n";
 }
 

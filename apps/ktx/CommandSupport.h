@@ -46,7 +46,7 @@ auto readAndParse(std::string const& path, Parse parse) {
 }
 
 // Two-space indented JSON with a final line end; NaN and infinities become null.
-std::string formatJson(nlohmann::json const& document);
+std::string formatJson(nlohmann::ordered_json const& document);
 
 // The example shown under --help: "Example input:\n<text>\n\nExample:\n  <command line>".
 std::string helpFooter(std::string const& exampleInput, std::string const& exampleCommand);

@@ -30,7 +30,7 @@ int runTool(int argc, char** argv) {
     std::vector<ktx::Command> const commands{ktx::addGroupCommand(tool),   ktx::addCurvatureCommand(tool),
                                              ktx::addMastersCommand(tool), ktx::addAssignCommand(tool),
                                              ktx::addLhsCommand(tool),     ktx::addSample2dCommand(tool),
-                                             ktx::addDemoCommand(tool)};
+                                             ktx::addAnnealCommand(tool),  ktx::addDemoCommand(tool)};
     try {
         tool.parse(argc, argv);
     } catch (CLI::ParseError const& error) {

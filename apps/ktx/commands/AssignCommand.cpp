@@ -23,18 +23,18 @@ void runAssign(AssignOptions const& options) {
     HungarianAlgorithm solver;
     std::vector<int> assignment;
     double const cost = solver.Solve(costs, assignment);
-    nlohmann::json pairs = nlohmann::json::array();
+    nlohmann::ordered_json pairs = nlohmann::ordered_json::array();
     for (std::size_t row = 0; row < assignment.size(); ++row) {
         if (assignment[row] >= 0) {
             pairs.push_back(
                 {{"row", row}, {"column", assignment[row]}, {"cost", costs[row][assignment[row]]}});
         }
     }
-    nlohmann::json const result{{"rows", costs.size()},
-                                {"columns", costs.front().size()},
-                                {"assignment", assignment},
-                                {"pairs", pairs},
-                                {"cost", cost}};
+    nlohmann::ordered_json const result{{"rows", costs.size()},
+                                        {"columns", costs.front().size()},
+                                        {"assignment", assignment},
+                                        {"pairs", pairs},
+                                        {"cost", cost}};
     OutputFiles outputs;
     outputs.add(options.output, formatJson(result));
     outputs.commit();

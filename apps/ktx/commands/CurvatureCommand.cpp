@@ -29,16 +29,17 @@ void runCurvature(CurvatureOptions const& options) {
     std::vector<double> lengths;
     Kestrel::SegmentGrouper::calculateSegmentCurvature(input.points, input.closed, input.segments, curvature,
                                                        lengths);
-    nlohmann::json segments = nlohmann::json::array();
+    nlohmann::ordered_json segments = nlohmann::ordered_json::array();
     for (std::size_t k = 0; k < input.segments.size(); ++k) {
-        nlohmann::json segment{{"first", input.segments[k].first},
-                               {"last", input.segments[k].second},
-                               {"curvature", curvature.at(k)}};
+        nlohmann::ordered_json segment{{"first", input.segments[k].first},
+                                       {"last", input.segments[k].second},
+                                       {"curvature", curvature.at(k)}};
         // Fewer than three points leave the lengths unmeasured.
-        segment["length"] = k < lengths.size() ? nlohmann::json(lengths[k]) : nlohmann::json();
+        segment["length"] =
+            k < lengths.size() ? nlohmann::ordered_json(lengths[k]) : nlohmann::ordered_json();
         segments.push_back(segment);
     }
-    nlohmann::json const result{{"closed", input.closed}, {"segments", segments}};
+    nlohmann::ordered_json const result{{"closed", input.closed}, {"segments", segments}};
     OutputFiles outputs;
     outputs.add(options.output, formatJson(result));
     if (!options.svg.empty()) {

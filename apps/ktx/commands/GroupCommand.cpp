@@ -44,7 +44,7 @@ void runGroup(GroupOptions const& options) {
     int const recommended = Kestrel::SegmentGrouper::calculateRecommendedNumberOfMasterSegments(
         input.closed, input.values, segmentStarts, input.lengths);
 
-    nlohmann::json groups = nlohmann::json::array();
+    nlohmann::ordered_json groups = nlohmann::ordered_json::array();
     for (GroupSummary const& group : summariseGroups(input, starts)) {
         groups.push_back({{"start", group.start},
                           {"end", group.end},
@@ -52,7 +52,7 @@ void runGroup(GroupOptions const& options) {
                           {"length", group.length},
                           {"dispersion", group.dispersion}});
     }
-    nlohmann::json const result{
+    nlohmann::ordered_json const result{
         {"segments", n},         {"closed", input.closed}, {"measure", dispersionName(input.measure)},
         {"groupStarts", starts}, {"groups", groups},       {"recommendedMasters", recommended}};
     OutputFiles outputs;

@@ -48,7 +48,7 @@ void runLhs(LhsOptions const& options) {
 
     std::string text;
     if (options.format == "json") {
-        nlohmann::json points = nlohmann::json::array();
+        nlohmann::ordered_json points = nlohmann::ordered_json::array();
         for (auto const& point : *population) {
             points.push_back(point);
         }

@@ -37,11 +37,11 @@ void runMasters(MastersOptions const& options) {
         optimizer.calculateOptimalMasterIndices(input.masters, masters,
                                                 input.preGroups ? &*input.preGroups : nullptr);
     }
-    nlohmann::json result{{"segments", input.lengths.size()},
-                          {"closed", input.closed},
-                          {"masters", masters},
-                          {"score", optimizer.evaluateMasterChoice(masters)},
-                          {"chosen", !input.masterIndices}};
+    nlohmann::ordered_json result{{"segments", input.lengths.size()},
+                                  {"closed", input.closed},
+                                  {"masters", masters},
+                                  {"score", optimizer.evaluateMasterChoice(masters)},
+                                  {"chosen", !input.masterIndices}};
     std::vector<double> values;
     if (input.masterValues) {
         if (input.masterValues->size() != masters.size()) {

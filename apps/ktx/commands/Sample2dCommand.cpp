@@ -46,7 +46,7 @@ void runSample2d(Sample2dOptions const& options) {
 
     std::string output;
     if (options.format == "json") {
-        nlohmann::json list = nlohmann::json::array();
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (auto const& [x, y] : points) {
             list.push_back({x, y});
         }

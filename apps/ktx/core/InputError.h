@@ -9,18 +9,19 @@
 
 namespace ktx {
 
+// Replaces control characters and line breaks by \xNN so that a message always fits on one line.
+std::string oneLine(std::string const& message);
+
 class InputError : public std::runtime_error {
   public:
     // `message` names the field (`field 'values[3]': ...`) or starts with `line:column:` for syntax errors.
-    explicit InputError(std::string const& message) : std::runtime_error(message) {}
+    // Control characters in it (quoted input text may hold any byte) are escaped by oneLine.
+    explicit InputError(std::string const& message) : std::runtime_error(oneLine(message)) {}
 };
 
 // Prefixes the message of an InputError with the name of the input it came from, so that
 // "3:14: malformed JSON" becomes "group.json:3:14: malformed JSON" and "field 'values': ..." becomes
 // "group.json: field 'values': ...".
 std::string withSource(std::string const& source, std::string const& message);
-
-// Replaces control characters and line breaks so that a message always fits on one line.
-std::string oneLine(std::string const& message);
 
 }  // namespace ktx

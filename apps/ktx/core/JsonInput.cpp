@@ -52,6 +52,18 @@ nlohmann::json parseJson(std::string const& text) {
         auto const [line, column] = lineAndColumn(text, offset);
         throw InputError(std::to_string(line) + ":" + std::to_string(column) +
                          ": malformed JSON: " + reasonOf(error));
+    } catch (nlohmann::json::out_of_range const& error) {
+        // A number too large for a double ("1e999"): the message quotes it but gives no position, so the
+        // position is that of the quoted text's first occurrence.
+        std::string const message = error.what();
+        auto const open = message.find('\'');
+        auto const close = message.rfind('\'');
+        std::string const number =
+            open != std::string::npos && close > open ? message.substr(open + 1, close - open - 1) : "";
+        auto const at = number.empty() ? std::string::npos : text.find(number);
+        auto const [line, column] = lineAndColumn(text, at == std::string::npos ? 0 : at);
+        throw InputError(std::to_string(line) + ":" + std::to_string(column) + ": number out of range: '" +
+                         number + "' is beyond the largest double");
     }
 }
 

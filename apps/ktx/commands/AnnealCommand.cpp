@@ -1,0 +1,106 @@
+// ktx anneal: the library's ready annealer on a named test function over a box.
+#include "AnnealInput.h"
+#include "CommandSupport.h"
+#include "HelpExamples.h"
+#include "JsonInput.h"
+#include "OutputFiles.h"
+
+#include <Kestrel/ReadyComponents4HSA.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+
+namespace ktx {
+
+namespace {
+
+struct AnnealOptions {
+    std::string input = "-";
+    std::string output = "-";
+};
+
+std::string namesList() {
+    std::string list;
+    for (std::string const& name : Kestrel::getTestFunctionNames4HSA()) {
+        list += (list.empty() ? "" : ", ") + name;
+    }
+    return list;
+}
+
+// The function the input names, with its usual box unless the input gives one.
+Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
+    std::vector<std::string> const names = Kestrel::getTestFunctionNames4HSA();
+    if (std::find(names.begin(), names.end(), input.function) == names.end()) {
+        failField("function", "unknown test function \"" + input.function + "\"; known: " + namesList());
+    }
+    try {
+        return Kestrel::makeTestFunction4HSA(input.function, input.dimension);
+    } catch (std::invalid_argument const& error) {
+        failField("dimension", error.what());
+    }
+}
+
+void runAnneal(AnnealOptions const& options) {
+    OutputFiles::checkWritable(options.output);
+    TextInput const text = readTextInput(options.input);
+    AnnealInput input;
+    Kestrel::TestFunction4HSA function;
+    try {
+        input = parseAnnealInput(text.text);
+        function = functionFor(input);
+    } catch (InputError const& error) {
+        throw InputError(withSource(text.source, error.what()));
+    }
+    Kestrel::Box4HSA const box = input.box ? *input.box : function.box;
+    Kestrel::AnnealingSettings4HSA settings;
+    settings.warmUpPoints = input.warmUpPoints.value_or(settings.warmUpPoints);
+    settings.stepFraction = input.stepFraction.value_or(settings.stepFraction);
+    settings.stepsPerSample = input.stepsPerSample.value_or(settings.stepsPerSample);
+    settings.coolingFactor = input.coolingFactor.value_or(settings.coolingFactor);
+    settings.finalTemperatureRatio = input.finalTemperatureRatio.value_or(settings.finalTemperatureRatio);
+
+    Kestrel::AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(
+        function.objective, function.gradient, box, static_cast<std::uint32_t>(input.seed), settings);
+
+    nlohmann::ordered_json boxJson = nlohmann::ordered_json::array();
+    for (auto const& [lower, upper] : box) {
+        boxJson.push_back({lower, upper});
+    }
+    nlohmann::ordered_json const result{{"function", function.name},
+                                        {"dimension", input.dimension},
+                                        {"box", boxJson},
+                                        {"seed", input.seed},
+                                        {"bestPosition", found.bestPosition},
+                                        {"bestValue", found.bestValue},
+                                        {"finalPosition", found.finalPosition},
+                                        {"knownMinimumValue", function.minimumValue},
+                                        {"knownMinima", function.globalMinima},
+                                        {"objectiveEvaluations", found.objectiveEvaluations},
+                                        {"gradientEvaluations", found.gradientEvaluations},
+                                        {"samples", found.samples}};
+    OutputFiles outputs;
+    outputs.add(options.output, formatJson(result));
+    outputs.commit();
+}
+
+}  // namespace
+
+Command addAnnealCommand(CLI::App& tool) {
+    auto options = std::make_shared<AnnealOptions>();
+    CLI::App* command = tool.add_subcommand(
+        "anneal",
+        "Minimise a named test function over a box with the library's ready Hamiltonian simulated annealer "
+        "(seeded, reproducible).\n"
+        "Input: {\"function\": \"ackley\"|\"himmelblau\"|\"rastrigin\"|\"sphere\", \"dimension\": default 2 "
+        "(himmelblau: 2 only), \"box\": [[lower, upper], one per coordinate] (default the function's usual "
+        "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\", "
+        "\"coolingFactor\", \"finalTemperatureRatio\"} each optional}.\n"
+        "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
+    addInputOption(*command, options->input);
+    addOutputOption(*command, options->output);
+    command->footer(helpFooter(examples::anneal, "ktx anneal examples/data/anneal.json"));
+    return {command, [options] { runAnneal(*options); }};
+}
+
+}  // namespace ktx

@@ -1,0 +1,38 @@
+// Input of `ktx anneal`: a named test function, its box and the annealing settings.
+//
+//   {"function": "himmelblau", "dimension": 2, "box": [[-5, 5], [-5, 5]], "seed": 7,
+//    "settings": {"warmUpPoints": 32, "stepFraction": 0.005, "stepsPerSample": 20,
+//                 "coolingFactor": 0.95, "finalTemperatureRatio": 1e-5}}
+//
+// Only "function" is required. "dimension" defaults to the box's length, else 2; "box" to the function's
+// usual box, "seed" to 1, each setting to the library's default. The function name is checked against the
+// library's list by the command.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ktx {
+
+// Bounds on the work one run may ask for: samples (about 1 + log(ratio) / log(factor)) times leapfrog
+// steps per sample.
+constexpr int kMaxAnnealDimension = 100;
+constexpr double kMaxAnnealSteps = 2e7;
+
+struct AnnealInput {
+    std::string function;
+    int dimension = 2;
+    std::optional<std::vector<std::pair<double, double>>> box;  // lower < upper per coordinate
+    int seed = 1;                                               // 0 ... 2^31 - 1
+    std::optional<int> warmUpPoints;
+    std::optional<double> stepFraction;
+    std::optional<int> stepsPerSample;
+    std::optional<double> coolingFactor;
+    std::optional<double> finalTemperatureRatio;
+};
+
+AnnealInput parseAnnealInput(std::string const& text);
+
+}  // namespace ktx

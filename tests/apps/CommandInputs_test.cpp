@@ -1,0 +1,175 @@
+// The readers of every subcommand's input: what they accept, the defaults they fill in, and the field
+// each rejection names. The end-to-end tests cover the same rejections through the program.
+#include "AnnealInput.h"
+#include "AssignInput.h"
+#include "CurvatureInput.h"
+#include "FuzzTargets.h"
+#include "GroupInput.h"
+#include "HelpExamples.h"
+#include "InputError.h"
+#include "LhsInput.h"
+#include "MastersInput.h"
+#include "Sample2dInput.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+using ktx::InputError;
+using ::testing::StartsWith;
+
+namespace {
+
+template <typename Parse>
+std::string messageOf(Parse parse, std::string const& text) {
+    try {
+        parse(text);
+    } catch (InputError const& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+std::string example(std::string const& name) {
+    std::ifstream file(std::string(KTX_EXAMPLES_DIR) + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace
+
+TEST(HelpExamples, EveryHelpExampleIsAcceptedByItsReader) {
+    EXPECT_TRUE(ktx::runFuzzTarget("group", ktx::examples::group));
+    EXPECT_TRUE(ktx::runFuzzTarget("curvature", ktx::examples::curvature));
+    EXPECT_TRUE(ktx::runFuzzTarget("masters", ktx::examples::masters));
+    EXPECT_TRUE(ktx::runFuzzTarget("assign", ktx::examples::assign));
+    EXPECT_TRUE(ktx::runFuzzTarget("lhs", ktx::examples::lhs));
+    EXPECT_TRUE(ktx::runFuzzTarget("sample2d", ktx::examples::sample2d));
+    EXPECT_TRUE(ktx::runFuzzTarget("anneal", ktx::examples::anneal));
+}
+
+TEST(HelpExamples, EveryExampleFileIsAcceptedByItsReader) {
+    for (auto const& [target, file] :
+         std::vector<std::pair<std::string, std::string>>{{"group", "group.json"},
+                                                          {"group", "group-closed.json"},
+                                                          {"curvature", "curvature.json"},
+                                                          {"masters", "masters.json"},
+                                                          {"masters", "masters-open-pregroups.json"},
+                                                          {"assign", "assign.csv"},
+                                                          {"assign", "assign.json"},
+                                                          {"lhs", "lhs.json"},
+                                                          {"sample2d", "sample2d.json"},
+                                                          {"anneal", "anneal.json"}}) {
+        EXPECT_TRUE(ktx::runFuzzTarget(target, example(file))) << file;
+    }
+}
+
+TEST(GroupInput, DefaultsToAnOpenLineAndTheMinMaxMeasure) {
+    ktx::GroupInput const input = ktx::parseGroupInput(R"({"values": [1, 2], "lengths": [3, 4]})");
+    EXPECT_FALSE(input.closed);
+    EXPECT_EQ(input.measure, ktx::Dispersion::MinMax);
+    EXPECT_EQ(input.values, (std::vector<double>{1, 2}));
+    EXPECT_EQ(input.lengths, (std::vector<double>{3, 4}));
+}
+
+TEST(GroupInput, ReadsTheVarianceMeasureOnAClosedLine) {
+    ktx::GroupInput const input =
+        ktx::parseGroupInput(R"({"closed": true, "measure": "variance", "values": [1], "lengths": [3]})");
+    EXPECT_TRUE(input.closed);
+    EXPECT_EQ(input.measure, ktx::Dispersion::Variance);
+}
+
+TEST(GroupInput, NegativeLengthIsNamed) {
+    EXPECT_EQ(messageOf(ktx::parseGroupInput, R"({"values": [1, 2], "lengths": [1, -2]})"),
+              "field 'lengths[1]': must be positive, got -2");
+}
+
+TEST(CurvatureInput, SegmentsMayShareEndPointsOrLeaveGaps) {
+    ktx::CurvatureInput const input = ktx::parseCurvatureInput(
+        R"({"points": [[0, 0], [1, 0], [2, 0], [3, 1], [4, 3]], "segments": [[0, 1], [1, 2], [3, 4]]})");
+    EXPECT_EQ(input.segments, (std::vector<std::pair<int, int>>{{0, 1}, {1, 2}, {3, 4}}));
+}
+
+TEST(CurvatureInput, SegmentOfOnePointIsRejected) {
+    EXPECT_THAT(messageOf(ktx::parseCurvatureInput, R"({"points": [[0, 0], [1, 0]], "segments": [[1, 1]]})"),
+                StartsWith("field 'segments[0]': last point index 1 must be greater"));
+}
+
+TEST(MastersInput, MasterIndicesSetTheNumberOfMasters) {
+    ktx::MastersInput const input = ktx::parseMastersInput(
+        R"({"lengths": [1, 2, 3], "ranges": [[0, 1], [0, 1], [0, 1]], "masterIndices": [0, 2]})");
+    EXPECT_EQ(input.masters, 2);
+    EXPECT_FALSE(input.transitions.has_value());
+}
+
+TEST(MastersInput, ClosedLineNeedsOneTransitionPerSegment) {
+    EXPECT_THAT(
+        messageOf(ktx::parseMastersInput, R"({"closed": true, "lengths": [1, 2], "ranges": [[0, 1], [0, 1]],
+                                                     "masters": 1, "transitions": [1]})"),
+        StartsWith("field 'transitions': has 1 entries, expected 2"));
+}
+
+TEST(MastersInput, PreGroupsMustBeAscendingBoundaries) {
+    EXPECT_THAT(
+        messageOf(ktx::parseMastersInput, R"({"lengths": [1, 2, 3], "ranges": [[0, 1], [0, 1], [0, 1]],
+                                                     "masters": 2, "preGroups": [0, 2, 2]})"),
+        StartsWith("field 'preGroups[2]': must be greater than the previous entry (2), got 2"));
+}
+
+TEST(MastersInput, MastersAllowedByPreGroupsCountUngroupedSegmentsOnce) {
+    EXPECT_EQ(ktx::mastersAllowedByPreGroups({0, 4, 7, 10}, 10), 3);
+    EXPECT_EQ(ktx::mastersAllowedByPreGroups({2, 4, 7}, 10), 3);  // 0-1 and 7-9 are ungrouped: one more
+    EXPECT_EQ(ktx::mastersAllowedByPreGroups({3}, 10), 1);
+    EXPECT_EQ(ktx::mastersAllowedByPreGroups({}, 10), 10);
+}
+
+TEST(AssignInput, JsonArrayAndObjectFormsGiveTheSameMatrix) {
+    EXPECT_EQ(ktx::parseAssignInput("[[1, 2], [3, 4]]"),
+              ktx::parseAssignInput(R"({"costs": [[1, 2], [3, 4]]})"));
+    EXPECT_EQ(ktx::parseAssignInput("  \n1;2\n3;4\n"), ktx::parseAssignInput("[[1, 2], [3, 4]]"));
+}
+
+TEST(AssignInput, RowWithoutColumnsIsRejected) {
+    EXPECT_EQ(messageOf(ktx::parseAssignInput, R"({"costs": [[]]})"), "field 'costs[0]': must not be empty");
+}
+
+TEST(LhsInput, NamesColumnsAndDefaultsTheOrder) {
+    ktx::LhsInput const input = ktx::parseLhsInput(
+        R"({"factors": [{"candidates": [1, 2]}, {"name": "xy", "candidates": [[1, 2], [3, 4]]}]})");
+    EXPECT_EQ(input.order, (std::vector<int>{0, 1}));
+    EXPECT_EQ(ktx::lhsColumnNames(input), (std::vector<std::string>{"factor0", "xy[0]", "xy[1]"}));
+}
+
+TEST(LhsInput, FactorWithoutCandidatesIsRejected) {
+    EXPECT_THAT(messageOf(ktx::parseLhsInput, R"({"factors": [{"candidates": []}]})"),
+                StartsWith("field 'factors[0].candidates': must not be empty"));
+}
+
+TEST(Sample2dInput, HolesAreOptional) {
+    ktx::Sample2dInput const input =
+        ktx::parseSample2dInput(R"({"outer": [[0, 0], [1, 0], [0, 1]], "n": 2})");
+    EXPECT_TRUE(input.holes.empty());
+    EXPECT_EQ(input.n, 2);
+}
+
+TEST(Sample2dInput, TooManySamplesAreRejected) {
+    EXPECT_THAT(messageOf(ktx::parseSample2dInput, R"({"outer": [[0, 0], [1, 0], [0, 1]], "n": 2001})"),
+                StartsWith("field 'n': must be between 1 and 2000"));
+}
+
+TEST(AnnealInput, DimensionFollowsTheBox) {
+    ktx::AnnealInput const input =
+        ktx::parseAnnealInput(R"({"function": "sphere", "box": [[0, 1], [0, 1], [0, 1]]})");
+    EXPECT_EQ(input.dimension, 3);
+    EXPECT_EQ(input.seed, 1);
+    EXPECT_FALSE(input.coolingFactor.has_value());
+}
+
+TEST(AnnealInput, SettingsOutsideTheirRangesAreNamed) {
+    EXPECT_THAT(
+        messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"coolingFactor": 1}})"),
+        StartsWith("field 'settings.coolingFactor': must lie strictly between 0 and 1"));
+    EXPECT_THAT(messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"stepz": 1}})"),
+                StartsWith("field 'settings.stepz': unknown field"));
+}

@@ -1,0 +1,54 @@
+#include "GroupReport.h"
+
+#include <gtest/gtest.h>
+
+TEST(GroupReport, OpenLineGroupsEndAtTheLineEnd) {
+    ktx::GroupInput input;
+    input.values = {1, 2, 5, 7, 6};
+    input.lengths = {1, 2, 3, 4, 5};
+    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {0, 2});
+    ASSERT_EQ(groups.size(), 2u);
+    EXPECT_EQ(groups[0].end, 2);
+    EXPECT_EQ(groups[0].segments, 2);
+    EXPECT_DOUBLE_EQ(groups[0].length, 3.0);
+    EXPECT_DOUBLE_EQ(groups[0].dispersion, 1.0);
+    EXPECT_EQ(groups[1].end, 5);
+    EXPECT_DOUBLE_EQ(groups[1].length, 12.0);
+    EXPECT_DOUBLE_EQ(groups[1].dispersion, 2.0);
+}
+
+TEST(GroupReport, ClosedLineLastGroupWrapsToTheFirstStart) {
+    ktx::GroupInput input;
+    input.values = {1, 2, 5, 7, 1};
+    input.lengths = {1, 2, 3, 4, 5};
+    input.closed = true;
+    input.measure = ktx::Dispersion::Variance;
+    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {1, 4});
+    ASSERT_EQ(groups.size(), 2u);
+    EXPECT_EQ(groups[1].start, 4);
+    EXPECT_EQ(groups[1].end, 1);
+    EXPECT_EQ(groups[1].segments, 2);  // segments 4 and 0
+    EXPECT_DOUBLE_EQ(groups[1].length, 6.0);
+    EXPECT_DOUBLE_EQ(groups[1].dispersion, 0.0);  // values 1 and 1
+    // Segments 1-3: values 2, 5, 7, mean 14/3.
+    double const mean = 14.0 / 3.0;
+    double const variance =
+        ((2 - mean) * (2 - mean) + (5 - mean) * (5 - mean) + (7 - mean) * (7 - mean)) / 3.0;
+    EXPECT_DOUBLE_EQ(groups[0].dispersion, variance);
+}
+
+TEST(GroupReport, SingleGroupOfAClosedLineHoldsEverySegment) {
+    ktx::GroupInput input;
+    input.values = {1, 2, 3};
+    input.lengths = {1, 1, 1};
+    input.closed = true;
+    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {2});
+    ASSERT_EQ(groups.size(), 1u);
+    EXPECT_EQ(groups[0].segments, 3);
+    EXPECT_DOUBLE_EQ(groups[0].dispersion, 2.0);
+}
+
+TEST(GroupReport, SegmentsWithoutGroupAreMarked) {
+    EXPECT_EQ(ktx::groupOfSegments({}, 3, false), (std::vector<int>{-1, -1, -1}));
+    EXPECT_EQ(ktx::groupOfSegments({1, 3}, 4, true), (std::vector<int>{1, 0, 0, 1}));
+}
