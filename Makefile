@@ -33,8 +33,8 @@ build: configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 
 demo: configure
-	@cmake --build $(BUILD) --parallel $(JOBS) --target optimization_example
-	@$(BUILD)/examples/optimization/optimization_example
+	@cmake --build $(BUILD) --parallel $(JOBS) --target ktx
+	@$(BUILD)/apps/ktx/ktx demo --dir $(BUILD)/ktx-demo
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure --parallel $(JOBS)

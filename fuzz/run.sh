@@ -11,8 +11,9 @@ cd "$(dirname "$0")/.."
 seconds=${1:-30}
 build=${2:-build-fuzz}
 
-cmake -S fuzz -B "$build" -DCMAKE_CXX_COMPILER=clang++ > "$build.configure.log" 2>&1 || {
-    cat "$build.configure.log"
+mkdir -p "$build"
+cmake -S fuzz -B "$build" -DCMAKE_CXX_COMPILER=clang++ > "$build/configure.log" 2>&1 || {
+    cat "$build/configure.log"
     exit 1
 }
 cmake --build "$build" --parallel "$(nproc)"

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(g++ make cmake libboost-dev libomp-dev libgtest-dev libgmock-dev googletest libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev "$@")
+          libcli11-dev nlohmann-json3-dev clang libclang-rt-14-dev "$@")
 
 missing=()
 for package in "${packages[@]}"; do
