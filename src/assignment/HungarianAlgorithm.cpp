@@ -2,6 +2,7 @@
 // unique optimum and the Munkres steps, and the set-up and final stages of those steps.
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "LineScans.h"
 #include "MatrixCheck.h"
 #include "UniqueOptimumSolver.h"
 
@@ -27,8 +28,7 @@ void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix
         rowMinimum[row] = distMatrix[row];
     for (int col = 1; col < nOfColumns; ++col) {
         double const* column = distMatrix + elementIndex(0, col, nOfRows);
-        for (int row = 0; row < nOfRows; ++row)
-            rowMinimum[row] = column[row] < rowMinimum[row] ? column[row] : rowMinimum[row];
+        Kestrel::assignment::lowerToElementwiseMinimum(rowMinimum.get(), column, nOfRows);
     }
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
@@ -148,10 +148,12 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
 
     std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
     std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
-    std::memcpy(distMatrix.get(), distMatrixIn, nOfElements * sizeof(double));
     std::size_t nOfNegativeElements = 0;
-    for (std::size_t index = 0; index < nOfElements; ++index)
-        nOfNegativeElements += distMatrixIn[index] < 0.0;
+    for (std::size_t index = 0; index < nOfElements; ++index) {
+        double const value = distMatrixIn[index];
+        nOfNegativeElements += value < 0.0;
+        distMatrix[index] = value;
+    }
     for (std::size_t k = 0; k < nOfNegativeElements; ++k)
         std::cerr << "All matrix elements have to be non-negative." << std::endl;
 
@@ -213,14 +215,18 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
     computeassignmentcost(assignment, cost, distMatrixIn, nOfRows);
 }
 
+// Walks the columns in ascending order (each a contiguous run of the column-major matrix), so that a row
+// keeps the first column that holds a star in it.
 void HungarianAlgorithm::buildassignmentvector(int* assignment, bool* starMatrix, int nOfRows,
                                                int nOfColumns) {
     for (int row = 0; row < nOfRows; ++row)
-        for (int col = 0; col < nOfColumns; ++col)
-            if (starMatrix[elementIndex(row, col, nOfRows)]) {
+        assignment[row] = -1;
+    for (int col = 0; col < nOfColumns; ++col) {
+        bool const* column = starMatrix + elementIndex(0, col, nOfRows);
+        for (int row = 0; row < nOfRows; ++row)
+            if (column[row] && assignment[row] < 0)
                 assignment[row] = col;
-                break;
-            }
+    }
 }
 
 void HungarianAlgorithm::computeassignmentcost(int* assignment, double* cost, double* distMatrix,

@@ -28,6 +28,18 @@ inline bool allFinite(double const* values, int n) {
     return finite;
 }
 
+// minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k] for k in [0, n): an equal value keeps the
+// earlier minimum, as a scan that replaces the minimum only by smaller values does.
+inline void lowerToElementwiseMinimum(double* minimum, double const* values, int n) {
+    int k = 0;
+#if defined(__SSE2__)
+    for (; k + 2 <= n; k += 2)
+        _mm_storeu_pd(minimum + k, _mm_min_pd(_mm_loadu_pd(values + k), _mm_loadu_pd(minimum + k)));
+#endif
+    for (; k < n; ++k)
+        minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k];
+}
+
 // Smallest and largest of values[0 .. n), n >= 1, all finite.
 inline void lineExtremes(double const* values, int n, double* minimum, double* maximum) {
     double low = values[0];

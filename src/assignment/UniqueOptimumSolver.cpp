@@ -134,9 +134,9 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
         largest = std::max(largest, lineMaximum);
         reducedTotal += lineMinimum;
         linesWithRepeatedMinimum += minimumCount > 1;
+        if (linesWithRepeatedMinimum > nShort / kRepeatedMinimumShare)
+            return UniqueOptimumOutcome::NearTieFound;
     }
-    if (linesWithRepeatedMinimum > nShort / kRepeatedMinimumShare)
-        return UniqueOptimumOutcome::NearTieFound;
     double const m = nShort;
     double const adjustments = m * (m + 1.0) / 2.0;
     double const operationsPerElement = 1.0 + 2.0 * adjustments;
