@@ -38,7 +38,7 @@ void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix
     for (int row = 0; row < nOfRows; ++row)
         for (int col = 0; col < nOfColumns; ++col) {
             std::size_t const index = elementIndex(row, col, nOfRows);
-            if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredColumns[col]) {
+            if (!coveredColumns[col] && std::fabs(distMatrix[index]) < DBL_EPSILON) {
                 starMatrix[index] = true;
                 newStarMatrix[index] = true;
                 starColumn[row] = col;
