@@ -1,6 +1,7 @@
 #include "CommandSupport.h"
 
 #include <unistd.h>
+#include <algorithm>
 #include <cstdio>
 
 namespace ktx {
@@ -13,8 +14,51 @@ void addOutputOption(CLI::App& command, std::string& output) {
     command.add_option("-o,--output", output, "write the result to this file instead of standard output");
 }
 
+namespace {
+
+bool isScalar(nlohmann::ordered_json const& value) {
+    return !value.is_array() && !value.is_object();
+}
+
+// Objects one member per line; arrays of plain values (numbers, a point, a row) on one line.
+void writeJson(nlohmann::ordered_json const& value, std::string const& indent, std::string& out) {
+    if (isScalar(value)) {
+        out += value.dump();
+        return;
+    }
+    if (value.empty()) {
+        out += value.is_array() ? "[]" : "{}";
+        return;
+    }
+    std::string const inner = indent + "  ";
+    if (value.is_array()) {
+        bool const flat = std::all_of(value.begin(), value.end(), isScalar);
+        out += "[";
+        bool first = true;
+        for (auto const& element : value) {
+            out += first ? (flat ? "" : "\n" + inner) : (flat ? ", " : ",\n" + inner);
+            writeJson(element, inner, out);
+            first = false;
+        }
+        out += flat ? "]" : "\n" + indent + "]";
+        return;
+    }
+    out += "{";
+    bool first = true;
+    for (auto const& [key, member] : value.items()) {
+        out += (first ? "\n" : ",\n") + inner + nlohmann::ordered_json(key).dump() + ": ";
+        writeJson(member, inner, out);
+        first = false;
+    }
+    out += "\n" + indent + "}";
+}
+
+}  // namespace
+
 std::string formatJson(nlohmann::ordered_json const& document) {
-    return document.dump(2) + "\n";
+    std::string out;
+    writeJson(document, "", out);
+    return out + "\n";
 }
 
 std::string helpFooter(std::string const& exampleInput, std::string const& exampleCommand) {

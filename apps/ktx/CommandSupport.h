@@ -45,7 +45,8 @@ auto readAndParse(std::string const& path, Parse parse) {
     }
 }
 
-// Two-space indented JSON with a final line end; NaN and infinities become null.
+// Two-space indented JSON with a final line end, arrays of plain values on one line; NaN and infinities
+// become null.
 std::string formatJson(nlohmann::ordered_json const& document);
 
 // The example shown under --help: "Example input:\n<text>\n\nExample:\n  <command line>".

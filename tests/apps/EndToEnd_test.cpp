@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <numeric>
 #include <set>
 #include <sstream>
@@ -303,4 +304,23 @@ TEST(KtxDemo, PrintsItsSummaryAndWritesThreePictures) {
     auto entries = ktx::testing::folderEntries(folder.path("pictures"));
     std::sort(entries.begin(), entries.end());
     EXPECT_EQ(entries, (std::vector<std::string>{"curvature.svg", "grouping.svg", "masters.svg"}));
+}
+
+TEST(KtxGroup, ShowsOneProgressLineOnATerminalOnly) {
+    if (std::system("command -v script > /dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "script(1) is needed to run ktx on a pseudo-terminal";
+    }
+    ScratchFolder const folder;
+    // script(1) gives ktx a terminal; the result goes to a file, standard error to the terminal.
+    std::string const command = "script -qec \"'" + std::string(KTX_BINARY) + "' group '" +
+                                examplePath("group-closed.json") + "' -o '" + folder.path("groups.json") +
+                                "'\" /dev/null > '" + folder.path("terminal") + "' 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    std::string const terminal = readFile(folder.path("terminal"));
+    EXPECT_THAT(terminal, HasSubstr("\rktx group: 1 of 14 numbers of groups tried"));
+    EXPECT_THAT(terminal, HasSubstr("\rktx group: 14 of 14 numbers of groups tried"));
+    EXPECT_THAT(terminal, HasSubstr("\r\033[K"));  // the line is cleared at the end
+    // Without a terminal nothing is reported.
+    KtxRun const quiet = runKtx({"group", examplePath("group-closed.json")});
+    EXPECT_EQ(quiet.err, "");
 }
