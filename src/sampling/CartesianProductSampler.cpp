@@ -3,18 +3,19 @@
 // The candidate chosen for point i and entry k of the order is the one at position j of that entry's list
 // of unused candidates (kept ascending), with j from the (i * K + k)-th output of the seeded engine. So the
 // draws depend on nothing but i and r = N - i: they are made first, in their fixed order; then each entry's
-// positions are turned into candidate indices in O(N log N) (instead of erasing from the middle of a
-// list, O(N^2)), the entries in parallel; then the points are assembled in parallel. Every step writes
-// only its own slots, so the result does not depend on the thread count.
+// positions are decoded in O(N log N) (instead of erasing from the middle of a list, O(N^2)) into the
+// point that takes each candidate, the entries in parallel; then the points are assembled in parallel.
+// Every step writes only its own slots, so the result does not depend on the thread count.
 #include <Kestrel/PopulationSampling.h>
 
 #include <omp.h>
+
+#include <boost/random/mersenne_twister.hpp>
 
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <new>
-#include <random>
 #include <stdexcept>
 #include <string>
 
@@ -34,7 +35,7 @@ class CartesianProductSampler::Private {
 
 namespace {
 
-constexpr std::mt19937::result_type kSeed = 377;  // fixed so every construction draws the same stream
+constexpr std::uint32_t kSeed = 377;  // fixed so every construction draws the same stream
 
 using Candidates = CartesianProductSampler::Candidates;
 
@@ -49,32 +50,38 @@ Candidates const& namedFactor(std::vector<std::shared_ptr<Candidates>> const& fa
 }
 
 // positions[k][i]: the list position drawn for point i and order entry k, in the engine's draw order.
+// Boost's Mersenne Twister gives the same outputs as std::mt19937 for the same seed.
 std::vector<std::vector<std::uint32_t>> drawPositions(std::size_t pointCount, std::size_t entryCount) {
     std::vector<std::vector<std::uint32_t>> positions(entryCount, std::vector<std::uint32_t>(pointCount));
-    std::mt19937 engine(kSeed);
+    boost::random::mt19937 engine(kSeed);
     for (std::size_t i = 0; i < pointCount; ++i) {
         std::size_t const r = pointCount - i;
+        double const reciprocal = 1.0 / static_cast<double>(r);
         for (std::size_t k = 0; k < entryCount; ++k) {
             positions[k][i] = static_cast<std::uint32_t>(
-                sampling::positionFromDraw(sampling::drawUnitFromMersenneTwister(engine), r));
+                sampling::positionFromDraw(sampling::drawUnitFromMersenneTwister(engine), r, reciprocal));
         }
     }
     return positions;
 }
 
-// Replaces each entry's positions by the candidate indices they pick, the entries in parallel.
-void choosePositions(std::vector<std::vector<std::uint32_t>>& positions, std::size_t pointCount) {
+// takenAt[k][c]: the point that takes candidate c in order entry k; the entries decoded in parallel.
+std::vector<std::vector<std::uint32_t>> decodePositions(
+    std::vector<std::vector<std::uint32_t>> const& positions, std::size_t pointCount) {
     std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
+    std::vector<std::vector<std::uint32_t>> takenAt(positions.size());
     sampling::ParallelExceptions errors;
 #pragma omp parallel for schedule(static) if (pointCount >= sampling::kLeastPointsForThreads)
     for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
         try {
-            sampling::takeOutInOrder(positions[static_cast<std::size_t>(k)]);
+            std::size_t const entry = static_cast<std::size_t>(k);
+            takenAt[entry] = sampling::stepsTakingOut(positions[entry]);
         } catch (...) {
             errors.capture(k);
         }
     }
     errors.rethrowFirst();
+    return takenAt;
 }
 
 }  // namespace
@@ -100,14 +107,14 @@ CartesianProductSampler::Private::Private(std::vector<std::shared_ptr<Candidates
         throw std::length_error("vector too long");
     }
 
-    if (pointCount > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::bad_alloc();  // four billion points of coordinate arrays cannot be held anyway
+    if (pointCount > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+        throw std::bad_alloc();  // two billion points of coordinate arrays cannot be held anyway
     }
-    std::vector<std::vector<std::uint32_t>> chosen = drawPositions(pointCount, order.size());
-    choosePositions(chosen, pointCount);
+    std::vector<std::vector<std::uint32_t>> const takenAt =
+        decodePositions(drawPositions(pointCount, order.size()), pointCount);
 
     population = std::make_shared<Population>(pointCount);
-    sampling::assemblePoints(named, chosen, pointLength, *population);
+    sampling::assemblePoints(named, takenAt, pointLength, *population);
 }
 
 CartesianProductSampler::CartesianProductSampler(std::vector<std::shared_ptr<Candidates>> const& factors,

@@ -1,7 +1,8 @@
-// The chosen candidates are scattered at random over the factors' memory. When every factor's candidates
-// have one length, the coordinates are first moved in candidate order (reading each factor front to back)
-// into one flat table laid out point by point, and the points are then copied from it in order; otherwise
-// each point gathers its candidates directly. Both give the same coordinates in the same order.
+// Each factor is read front to back and its candidates go to points at random: a random write does not
+// hold up the reads that follow it, whereas a random read does. So when every factor's candidates have
+// one length, the coordinates are first written, in candidate order, into one flat table laid out point
+// by point, and the points are then copied from it in order; otherwise each point gathers its candidates
+// directly. Both give the same coordinates in the same order.
 #include "PopulationAssembly.h"
 
 #include <omp.h>
@@ -24,9 +25,9 @@ bool allOfOneLength(Candidates const& factor, std::size_t count) {
 }
 
 std::vector<double> flatTable(std::vector<Candidates const*> const& named,
-                              std::vector<std::vector<std::uint32_t>> const& chosen,
+                              std::vector<std::vector<std::uint32_t>> const& takenAt,
                               std::size_t pointLength) {
-    std::size_t const count = chosen.front().size();
+    std::size_t const count = takenAt.front().size();
     std::vector<std::size_t> offsets(named.size(), 0);
     for (std::size_t k = 1; k < named.size(); ++k) {
         offsets[k] = offsets[k - 1] + (*named[k - 1])[0].size();
@@ -39,12 +40,9 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
         try {
             std::size_t const entry = static_cast<std::size_t>(k);
             Candidates const& factor = *named[entry];
-            std::vector<std::uint32_t> pointOf(count);
-            for (std::size_t i = 0; i < count; ++i) {
-                pointOf[chosen[entry][i]] = static_cast<std::uint32_t>(i);
-            }
+            std::vector<std::uint32_t> const& pointOf = takenAt[entry];
             for (std::size_t c = 0; c < count; ++c) {
-                double* target = &table[pointOf[c] * pointLength + offsets[entry]];
+                double* target = &table[std::size_t{pointOf[c]} * pointLength + offsets[entry]];
                 for (double const value : factor[c]) {
                     *target++ = value;
                 }
@@ -57,18 +55,33 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
     return table;
 }
 
+// chosen[k][i]: the candidate that point i takes in entry k.
+std::vector<std::vector<std::uint32_t>> chosenCandidates(
+    std::vector<std::vector<std::uint32_t>> const& takenAt) {
+    std::vector<std::vector<std::uint32_t>> chosen(takenAt.size());
+    for (std::size_t k = 0; k < takenAt.size(); ++k) {
+        chosen[k].resize(takenAt[k].size());
+        for (std::size_t c = 0; c < takenAt[k].size(); ++c) {
+            chosen[k][takenAt[k][c]] = static_cast<std::uint32_t>(c);
+        }
+    }
+    return chosen;
+}
+
 }  // namespace
 
 void assemblePoints(std::vector<Candidates const*> const& named,
-                    std::vector<std::vector<std::uint32_t>> const& chosen, std::size_t pointLength,
+                    std::vector<std::vector<std::uint32_t>> const& takenAt, std::size_t pointLength,
                     Population& points) {
-    std::size_t const count = chosen.front().size();
+    std::size_t const count = takenAt.front().size();
     bool oneLength = count > 0;
     for (Candidates const* factor : named) {
         oneLength = oneLength && allOfOneLength(*factor, count);
     }
     std::vector<double> const table =
-        oneLength ? flatTable(named, chosen, pointLength) : std::vector<double>();
+        oneLength ? flatTable(named, takenAt, pointLength) : std::vector<double>();
+    std::vector<std::vector<std::uint32_t>> const chosen =
+        oneLength ? std::vector<std::vector<std::uint32_t>>() : chosenCandidates(takenAt);
     std::ptrdiff_t const pointCount = static_cast<std::ptrdiff_t>(count);
     ParallelExceptions errors;
 #pragma omp parallel for schedule(static) if (count >= kLeastPointsForThreads)

@@ -1,5 +1,7 @@
 #include "PositionDecoding.h"
 
+#include <emmintrin.h>
+
 #include <array>
 #include <cstddef>
 
@@ -55,47 +57,111 @@ struct Step {
     std::uint32_t index;
 };
 
-// Places the `count` steps in `steps` (in step order) within the values base ... base + count - 1: a range
-// of n values receives exactly n steps, because every value is taken out once. `scratch` has room for
-// `count` steps. The split uses masks instead of branches (its outcomes are random).
-void place(Step* steps, Step* scratch, std::size_t count, std::uint32_t base, std::uint32_t* entries) {
-    if (count <= 64) {
-        std::uint64_t left = count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
-        for (std::size_t i = 0; i < count; ++i) {
-            int const bit = selectBit(left, steps[i].position);
-            left &= ~(std::uint64_t{1} << bit);
-            entries[steps[i].index] = base + static_cast<std::uint32_t>(bit);
-        }
+// The first split reads the positions as drawn; the step number is the place in that sequence.
+struct DrawnSteps {
+    std::uint32_t const* positions;
+    Step operator[](std::size_t i) const { return Step{positions[i], static_cast<std::uint32_t>(i)}; }
+};
+
+struct SplitSteps {
+    Step const* steps;
+    Step operator[](std::size_t i) const { return steps[i]; }
+};
+
+constexpr std::size_t kRanges = 16;        // four 128-bit registers of 32-bit counts
+constexpr std::size_t kLeastToSplit = 65;  // up to 64 values fit one word of flags
+
+// Settles at most 64 steps within the values base ... base + count - 1.
+void settle(Step const* steps, std::size_t count, std::uint32_t base, std::uint32_t* takenAt) {
+    std::uint64_t left = count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        int const bit = selectBit(left, steps[i].position);
+        left &= ~(std::uint64_t{1} << bit);
+        takenAt[base + static_cast<std::uint32_t>(bit)] = steps[i].index;
+    }
+}
+
+void place(Step* steps, Step* scratch, std::size_t count, std::uint32_t base, std::uint32_t* takenAt);
+
+// Splits the `count` steps of `source` (in step order) among 16 ranges of `width` consecutive values
+// (the last ones shorter or empty) into `target`, each range's steps in step order, then places each
+// range. A range of w values receives exactly w steps, because every value is taken out once. The
+// counts of values left below each range sit in four registers: a step's range is the number of counts
+// not above its position minus one, and taking a value out lowers the counts above the position by one
+// (the comparison's all-ones mask is added). Positions are below 2^31, so signed comparisons serve.
+template <typename Source>
+void split(Source source, Step* target, Step* spare, std::size_t count, std::uint32_t base,
+           std::uint32_t* takenAt) {
+    std::size_t const width = (count + kRanges - 1) / kRanges;
+    std::array<std::size_t, kRanges + 1> start;
+    for (std::size_t b = 0; b <= kRanges; ++b) {
+        start[b] = b * width < count ? b * width : count;
+    }
+    alignas(16) std::array<std::int32_t, kRanges> below;
+    std::array<std::size_t, kRanges> cursor;
+    for (std::size_t b = 0; b < kRanges; ++b) {
+        below[b] = static_cast<std::int32_t>(start[b]);
+        cursor[b] = start[b];
+    }
+    __m128i* const belowLanes = reinterpret_cast<__m128i*>(below.data());
+    __m128i below0 = _mm_load_si128(belowLanes + 0);
+    __m128i below1 = _mm_load_si128(belowLanes + 1);
+    __m128i below2 = _mm_load_si128(belowLanes + 2);
+    __m128i below3 = _mm_load_si128(belowLanes + 3);
+    for (std::size_t i = 0; i < count; ++i) {
+        Step const step = source[i];
+        __m128i const position = _mm_set1_epi32(static_cast<std::int32_t>(step.position));
+        __m128i const above0 = _mm_cmpgt_epi32(below0, position);
+        __m128i const above1 = _mm_cmpgt_epi32(below1, position);
+        __m128i const above2 = _mm_cmpgt_epi32(below2, position);
+        __m128i const above3 = _mm_cmpgt_epi32(below3, position);
+        below0 = _mm_add_epi32(below0, above0);
+        below1 = _mm_add_epi32(below1, above1);
+        below2 = _mm_add_epi32(below2, above2);
+        below3 = _mm_add_epi32(below3, above3);
+        unsigned const aboveFlags = static_cast<unsigned>(_mm_movemask_epi8(
+            _mm_packs_epi16(_mm_packs_epi32(above0, above1), _mm_packs_epi32(above2, above3))));
+        std::size_t const range = static_cast<std::size_t>(__builtin_ctz(aboveFlags | 0x10000u)) - 1;
+        // The counts at and below the step's range are unchanged by this step.
+        _mm_store_si128(belowLanes + 0, below0);
+        _mm_store_si128(belowLanes + 1, below1);
+        _mm_store_si128(belowLanes + 2, below2);
+        _mm_store_si128(belowLanes + 3, below3);
+        target[cursor[range]++] = Step{step.position - static_cast<std::uint32_t>(below[range]), step.index};
+    }
+    for (std::size_t b = 0; b < kRanges; ++b) {
+        place(target + start[b], spare + start[b], start[b + 1] - start[b],
+              base + static_cast<std::uint32_t>(start[b]), takenAt);
+    }
+}
+
+// Places the `count` steps in `steps` (in step order) within the values base ... base + count - 1;
+// `scratch` has room for `count` steps.
+void place(Step* steps, Step* scratch, std::size_t count, std::uint32_t base, std::uint32_t* takenAt) {
+    if (count < kLeastToSplit) {
+        settle(steps, count, base, takenAt);
         return;
     }
-    std::size_t const lowerCount = count / 2;
-    std::uint32_t lowerLeft = static_cast<std::uint32_t>(lowerCount);
-    std::size_t lower = 0;
-    std::size_t upper = lowerCount;
-    for (std::size_t i = 0; i < count; ++i) {
-        Step const step = steps[i];
-        std::uint32_t const goesLower = step.position < lowerLeft ? 1u : 0u;
-        std::size_t const target = upper + ((lower - upper) & (std::size_t{0} - goesLower));
-        scratch[target] = Step{step.position - (lowerLeft & (goesLower - 1u)), step.index};
-        lower += goesLower;
-        upper += 1u - goesLower;
-        lowerLeft -= goesLower;
-    }
-    place(scratch, steps, lowerCount, base, entries);
-    place(scratch + lowerCount, steps + lowerCount, count - lowerCount,
-          base + static_cast<std::uint32_t>(lowerCount), entries);
+    split(SplitSteps{steps}, scratch, steps, count, base, takenAt);
 }
 
 }  // namespace
 
-void takeOutInOrder(std::vector<std::uint32_t>& positions) {
+std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions) {
     std::size_t const count = positions.size();
+    std::vector<std::uint32_t> takenAt(count);
+    if (count < kLeastToSplit) {
+        std::vector<Step> steps(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            steps[i] = DrawnSteps{positions.data()}[i];
+        }
+        settle(steps.data(), count, 0, takenAt.data());
+        return takenAt;
+    }
     std::vector<Step> steps(count);
     std::vector<Step> scratch(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        steps[i] = {positions[i], static_cast<std::uint32_t>(i)};
-    }
-    place(steps.data(), scratch.data(), count, 0, positions.data());
+    split(DrawnSteps{positions.data()}, steps.data(), scratch.data(), count, 0, takenAt.data());
+    return takenAt;
 }
 
 }  // namespace sampling

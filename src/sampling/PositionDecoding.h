@@ -1,10 +1,11 @@
-// Turns a sequence of list positions into the entries they take out of the ascending list 0, 1, ..., n - 1:
-// step i takes out the entry at position positions[i] of what is left (counting from 0), as erasing it
-// from the middle of the list would. n = positions.size(); every position must be below n - i.
+// Decodes a sequence of list positions against the ascending list 0, 1, ..., n - 1: step i takes out the
+// entry at position positions[i] of what is left (counting from 0), as erasing it from the middle of the
+// list would. n = positions.size(); every position must be below n - i. The result says, for every entry
+// of the list, at which step it was taken out (the inverse of the sequence of entries taken out).
 //
-// Cost O(n log n), all of it streaming through memory: the steps are split, in their order, between the
-// lower and the upper half of the values (a step goes to the lower half when its position is below the
-// number of lower values still left, else to the upper half with that number subtracted), recursively,
+// Cost O(n log n), all of it streaming through memory: the steps are split, in their order, among sixteen
+// consecutive ranges of the values (a step goes to the range whose count of values still left below it is
+// the largest one not above its position, and its position becomes relative to that range), recursively,
 // down to ranges of at most 64 values, which a 64-bit word of flags settles.
 #pragma once
 
@@ -14,8 +15,9 @@
 namespace Kestrel {
 namespace sampling {
 
-// Replaces each position by the entry it takes out. Requires: positions[i] < positions.size() - i.
-void takeOutInOrder(std::vector<std::uint32_t>& positions);
+// result[v]: the step that takes out entry v. Requires: positions[i] < positions.size() - i, and fewer
+// than 2^31 positions.
+std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions);
 
 }  // namespace sampling
 }  // namespace Kestrel
