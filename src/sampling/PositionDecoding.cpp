@@ -71,9 +71,15 @@ struct SplitSteps {
 constexpr std::size_t kRanges = 16;        // four 128-bit registers of 32-bit counts
 constexpr std::size_t kLeastToSplit = 65;  // up to 64 values fit one word of flags
 
-// Settles at most 64 steps within the values base ... base + count - 1.
-void settle(Step const* steps, std::size_t count, std::uint32_t base, std::uint32_t* takenAt) {
-    std::uint64_t left = count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+// The flags of the values 0 ... count - 1 of a range of at most 64 values.
+std::uint64_t allValues(std::size_t count) {
+    return count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+}
+
+// Settles `count` steps within the values base + b for the set bits b of `left`, which counts at
+// least `count` values.
+template <typename Source>
+void settle(Source steps, std::size_t count, std::uint64_t left, std::uint32_t base, std::uint32_t* takenAt) {
     for (std::size_t i = 0; i < count; ++i) {
         int const bit = selectBit(left, steps[i].position);
         left &= ~(std::uint64_t{1} << bit);
@@ -81,7 +87,28 @@ void settle(Step const* steps, std::size_t count, std::uint32_t base, std::uint3
     }
 }
 
-void place(Step* steps, Step* scratch, std::size_t count, std::uint32_t base, std::uint32_t* takenAt);
+// Settles two ranges of at most 64 values side by side: each step of a range waits for the step before
+// it, so two ranges at once keep the processor busy while it waits.
+void settleTwo(Step const* first, std::size_t firstCount, std::uint32_t firstBase, Step const* second,
+               std::size_t secondCount, std::uint32_t secondBase, std::uint32_t* takenAt) {
+    std::uint64_t firstLeft = allValues(firstCount);
+    std::uint64_t secondLeft = allValues(secondCount);
+    std::size_t const both = firstCount < secondCount ? firstCount : secondCount;
+    for (std::size_t i = 0; i < both; ++i) {
+        int const firstBit = selectBit(firstLeft, first[i].position);
+        int const secondBit = selectBit(secondLeft, second[i].position);
+        firstLeft &= ~(std::uint64_t{1} << firstBit);
+        secondLeft &= ~(std::uint64_t{1} << secondBit);
+        takenAt[firstBase + static_cast<std::uint32_t>(firstBit)] = first[i].index;
+        takenAt[secondBase + static_cast<std::uint32_t>(secondBit)] = second[i].index;
+    }
+    settle(SplitSteps{first + both}, firstCount - both, firstLeft, firstBase, takenAt);
+    settle(SplitSteps{second + both}, secondCount - both, secondLeft, secondBase, takenAt);
+}
+
+template <typename Source>
+void split(Source source, Step* target, Step* spare, std::size_t count, std::uint32_t base,
+           std::uint32_t* takenAt);
 
 // Splits the `count` steps of `source` (in step order) among 16 ranges of `width` consecutive values
 // (the last ones shorter or empty) into `target`, each range's steps in step order, then places each
@@ -129,20 +156,27 @@ void split(Source source, Step* target, Step* spare, std::size_t count, std::uin
         _mm_store_si128(belowLanes + 3, below3);
         target[cursor[range]++] = Step{step.position - static_cast<std::uint32_t>(below[range]), step.index};
     }
+    std::size_t waiting = kRanges;  // a range of at most 64 values not yet settled
     for (std::size_t b = 0; b < kRanges; ++b) {
-        place(target + start[b], spare + start[b], start[b + 1] - start[b],
-              base + static_cast<std::uint32_t>(start[b]), takenAt);
+        std::size_t const size = start[b + 1] - start[b];
+        std::uint32_t const rangeBase = base + static_cast<std::uint32_t>(start[b]);
+        if (size >= kLeastToSplit) {
+            split(SplitSteps{target + start[b]}, spare + start[b], target + start[b], size, rangeBase,
+                  takenAt);
+        } else if (waiting == kRanges) {
+            waiting = b;
+        } else {
+            settleTwo(target + start[waiting], start[waiting + 1] - start[waiting],
+                      base + static_cast<std::uint32_t>(start[waiting]), target + start[b], size, rangeBase,
+                      takenAt);
+            waiting = kRanges;
+        }
     }
-}
-
-// Places the `count` steps in `steps` (in step order) within the values base ... base + count - 1;
-// `scratch` has room for `count` steps.
-void place(Step* steps, Step* scratch, std::size_t count, std::uint32_t base, std::uint32_t* takenAt) {
-    if (count < kLeastToSplit) {
-        settle(steps, count, base, takenAt);
-        return;
+    if (waiting != kRanges) {
+        settle(SplitSteps{target + start[waiting]}, start[waiting + 1] - start[waiting],
+               allValues(start[waiting + 1] - start[waiting]),
+               base + static_cast<std::uint32_t>(start[waiting]), takenAt);
     }
-    split(SplitSteps{steps}, scratch, steps, count, base, takenAt);
 }
 
 }  // namespace
@@ -151,11 +185,7 @@ std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& posi
     std::size_t const count = positions.size();
     std::vector<std::uint32_t> takenAt(count);
     if (count < kLeastToSplit) {
-        std::vector<Step> steps(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            steps[i] = DrawnSteps{positions.data()}[i];
-        }
-        settle(steps.data(), count, 0, takenAt.data());
+        settle(DrawnSteps{positions.data()}, count, allValues(count), 0, takenAt.data());
         return takenAt;
     }
     std::vector<Step> steps(count);

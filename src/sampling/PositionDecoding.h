@@ -6,7 +6,7 @@
 // Cost O(n log n), all of it streaming through memory: the steps are split, in their order, among sixteen
 // consecutive ranges of the values (a step goes to the range whose count of values still left below it is
 // the largest one not above its position, and its position becomes relative to that range), recursively,
-// down to ranges of at most 64 values, which a 64-bit word of flags settles.
+// down to ranges of at most 64 values, which a 64-bit word of flags settles, two ranges side by side.
 #pragma once
 
 #include <cstdint>
