@@ -1,6 +1,6 @@
 #include "PositionDecoding.h"
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include <array>
 #include <cstddef>
@@ -8,6 +8,34 @@
 namespace Kestrel {
 namespace sampling {
 namespace {
+
+// A step still to be placed: its position within the current value range and its step number.
+struct Step {
+    std::uint32_t position;
+    std::uint32_t index;
+};
+
+// The first split reads the positions as drawn; the step number is the place in that sequence.
+struct DrawnSteps {
+    std::uint32_t const* positions;
+    Step operator[](std::size_t i) const { return Step{positions[i], static_cast<std::uint32_t>(i)}; }
+};
+
+struct SplitSteps {
+    Step const* steps;
+    Step operator[](std::size_t i) const { return steps[i]; }
+};
+
+constexpr std::size_t kRanges = 16;        // sixteen 32-bit counts fill 512 bits
+constexpr std::size_t kLeastToSplit = 65;  // up to 64 values fit one word of flags
+
+// The flags of the values 0 ... count - 1 of a range of at most 64 values.
+std::uint64_t allValues(std::size_t count) {
+    return count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+}
+
+// Every x86-64 processor: 128-bit vectors, a byte table for selecting bits.
+namespace baseline {
 
 constexpr std::uint64_t kOnes = 0x0101010101010101u;
 constexpr std::uint64_t kHigh = 0x8080808080808080u;
@@ -51,146 +79,109 @@ int selectBit(std::uint64_t word, std::uint32_t rank) {
     return static_cast<int>(8 * byte + kBytes.setBit[value][rank - before]);
 }
 
-// A step still to be placed: its position within the current value range and its step number.
-struct Step {
-    std::uint32_t position;
-    std::uint32_t index;
-};
-
-// The first split reads the positions as drawn; the step number is the place in that sequence.
-struct DrawnSteps {
-    std::uint32_t const* positions;
-    Step operator[](std::size_t i) const { return Step{positions[i], static_cast<std::uint32_t>(i)}; }
-};
-
-struct SplitSteps {
-    Step const* steps;
-    Step operator[](std::size_t i) const { return steps[i]; }
-};
-
-constexpr std::size_t kRanges = 16;        // four 128-bit registers of 32-bit counts
-constexpr std::size_t kLeastToSplit = 65;  // up to 64 values fit one word of flags
-
-// The flags of the values 0 ... count - 1 of a range of at most 64 values.
-std::uint64_t allValues(std::size_t count) {
-    return count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
-}
-
-// Settles `count` steps within the values base + b for the set bits b of `left`, which counts at
-// least `count` values.
-template <typename Source>
-void settle(Source steps, std::size_t count, std::uint64_t left, std::uint32_t base, std::uint32_t* takenAt) {
-    for (std::size_t i = 0; i < count; ++i) {
-        int const bit = selectBit(left, steps[i].position);
-        left &= ~(std::uint64_t{1} << bit);
-        takenAt[base + static_cast<std::uint32_t>(bit)] = steps[i].index;
-    }
-}
-
-// Settles two ranges of at most 64 values side by side: each step of a range waits for the step before
-// it, so two ranges at once keep the processor busy while it waits.
-void settleTwo(Step const* first, std::size_t firstCount, std::uint32_t firstBase, Step const* second,
-               std::size_t secondCount, std::uint32_t secondBase, std::uint32_t* takenAt) {
-    std::uint64_t firstLeft = allValues(firstCount);
-    std::uint64_t secondLeft = allValues(secondCount);
-    std::size_t const both = firstCount < secondCount ? firstCount : secondCount;
-    for (std::size_t i = 0; i < both; ++i) {
-        int const firstBit = selectBit(firstLeft, first[i].position);
-        int const secondBit = selectBit(secondLeft, second[i].position);
-        firstLeft &= ~(std::uint64_t{1} << firstBit);
-        secondLeft &= ~(std::uint64_t{1} << secondBit);
-        takenAt[firstBase + static_cast<std::uint32_t>(firstBit)] = first[i].index;
-        takenAt[secondBase + static_cast<std::uint32_t>(secondBit)] = second[i].index;
-    }
-    settle(SplitSteps{first + both}, firstCount - both, firstLeft, firstBase, takenAt);
-    settle(SplitSteps{second + both}, secondCount - both, secondLeft, secondBase, takenAt);
-}
-
-template <typename Source>
-void split(Source source, Step* target, Step* spare, std::size_t count, std::uint32_t base,
-           std::uint32_t* takenAt);
-
-// Splits the `count` steps of `source` (in step order) among 16 ranges of `width` consecutive values
-// (the last ones shorter or empty) into `target`, each range's steps in step order, then places each
-// range. A range of w values receives exactly w steps, because every value is taken out once. The
-// counts of values left below each range sit in four registers: a step's range is the number of counts
-// not above its position minus one, and taking a value out lowers the counts above the position by one
-// (the comparison's all-ones mask is added). Positions are below 2^31, so signed comparisons serve.
-template <typename Source>
-void split(Source source, Step* target, Step* spare, std::size_t count, std::uint32_t base,
-           std::uint32_t* takenAt) {
-    std::size_t const width = (count + kRanges - 1) / kRanges;
-    std::array<std::size_t, kRanges + 1> start;
-    for (std::size_t b = 0; b <= kRanges; ++b) {
-        start[b] = b * width < count ? b * width : count;
-    }
-    alignas(16) std::array<std::int32_t, kRanges> below;
-    std::array<std::size_t, kRanges> cursor;
-    for (std::size_t b = 0; b < kRanges; ++b) {
-        below[b] = static_cast<std::int32_t>(start[b]);
-        cursor[b] = start[b];
-    }
-    __m128i* const belowLanes = reinterpret_cast<__m128i*>(below.data());
-    __m128i below0 = _mm_load_si128(belowLanes + 0);
-    __m128i below1 = _mm_load_si128(belowLanes + 1);
-    __m128i below2 = _mm_load_si128(belowLanes + 2);
-    __m128i below3 = _mm_load_si128(belowLanes + 3);
-    for (std::size_t i = 0; i < count; ++i) {
-        Step const step = source[i];
-        __m128i const position = _mm_set1_epi32(static_cast<std::int32_t>(step.position));
-        __m128i const above0 = _mm_cmpgt_epi32(below0, position);
-        __m128i const above1 = _mm_cmpgt_epi32(below1, position);
-        __m128i const above2 = _mm_cmpgt_epi32(below2, position);
-        __m128i const above3 = _mm_cmpgt_epi32(below3, position);
-        below0 = _mm_add_epi32(below0, above0);
-        below1 = _mm_add_epi32(below1, above1);
-        below2 = _mm_add_epi32(below2, above2);
-        below3 = _mm_add_epi32(below3, above3);
-        unsigned const aboveFlags = static_cast<unsigned>(_mm_movemask_epi8(
-            _mm_packs_epi16(_mm_packs_epi32(above0, above1), _mm_packs_epi32(above2, above3))));
-        std::size_t const range = static_cast<std::size_t>(__builtin_ctz(aboveFlags | 0x10000u)) - 1;
-        // The counts at and below the step's range are unchanged by this step.
-        _mm_store_si128(belowLanes + 0, below0);
-        _mm_store_si128(belowLanes + 1, below1);
-        _mm_store_si128(belowLanes + 2, below2);
-        _mm_store_si128(belowLanes + 3, below3);
-        target[cursor[range]++] = Step{step.position - static_cast<std::uint32_t>(below[range]), step.index};
-    }
-    std::size_t waiting = kRanges;  // a range of at most 64 values not yet settled
-    for (std::size_t b = 0; b < kRanges; ++b) {
-        std::size_t const size = start[b + 1] - start[b];
-        std::uint32_t const rangeBase = base + static_cast<std::uint32_t>(start[b]);
-        if (size >= kLeastToSplit) {
-            split(SplitSteps{target + start[b]}, spare + start[b], target + start[b], size, rangeBase,
-                  takenAt);
-        } else if (waiting == kRanges) {
-            waiting = b;
-        } else {
-            settleTwo(target + start[waiting], start[waiting + 1] - start[waiting],
-                      base + static_cast<std::uint32_t>(start[waiting]), target + start[b], size, rangeBase,
-                      takenAt);
-            waiting = kRanges;
+// The counts of values left below each of the 16 ranges, in four registers. A step's range is the number
+// of counts not above its position minus one; taking a value out lowers the counts above the position by
+// one (the comparison's all-ones mask is added). Positions are below 2^31, so signed comparisons serve.
+class RangeCounts {
+  public:
+    explicit RangeCounts(std::size_t const* starts) {
+        for (std::size_t b = 0; b < kRanges; ++b) {
+            below_[b] = static_cast<std::int32_t>(starts[b]);
         }
+        lanes_[0] = _mm_load_si128(reinterpret_cast<__m128i const*>(below_) + 0);
+        lanes_[1] = _mm_load_si128(reinterpret_cast<__m128i const*>(below_) + 1);
+        lanes_[2] = _mm_load_si128(reinterpret_cast<__m128i const*>(below_) + 2);
+        lanes_[3] = _mm_load_si128(reinterpret_cast<__m128i const*>(below_) + 3);
     }
-    if (waiting != kRanges) {
-        settle(SplitSteps{target + start[waiting]}, start[waiting + 1] - start[waiting],
-               allValues(start[waiting + 1] - start[waiting]),
-               base + static_cast<std::uint32_t>(start[waiting]), takenAt);
+
+    // Takes out the value at `position`: returns its range and sets `below` to the count of values left
+    // below that range (which this step does not change).
+    std::size_t take(std::uint32_t position, std::uint32_t& below) {
+        __m128i const broadcast = _mm_set1_epi32(static_cast<std::int32_t>(position));
+        __m128i above[4];
+        for (int r = 0; r < 4; ++r) {
+            above[r] = _mm_cmpgt_epi32(lanes_[r], broadcast);
+            lanes_[r] = _mm_add_epi32(lanes_[r], above[r]);
+        }
+        unsigned const aboveFlags = static_cast<unsigned>(_mm_movemask_epi8(
+            _mm_packs_epi16(_mm_packs_epi32(above[0], above[1]), _mm_packs_epi32(above[2], above[3]))));
+        std::size_t const range = static_cast<std::size_t>(__builtin_ctz(aboveFlags | 0x10000u)) - 1;
+        for (int r = 0; r < 4; ++r) {
+            _mm_store_si128(reinterpret_cast<__m128i*>(below_) + r, lanes_[r]);
+        }
+        below = static_cast<std::uint32_t>(below_[range]);
+        return range;
     }
+
+  private:
+    __m128i lanes_[4];
+    alignas(16) std::int32_t below_[kRanges];
+};
+
+#include "PositionSteps.inc"
+
+}  // namespace baseline
+
+// Processors with 512-bit vectors and bit deposit: the counts in one register, the bit selection in two
+// instructions. The same operations on the same integers, so the same result.
+#pragma GCC push_options
+#pragma GCC target("avx512f,bmi,bmi2")
+namespace wide {
+
+int selectBit(std::uint64_t word, std::uint32_t rank) {
+    return static_cast<int>(_tzcnt_u64(_pdep_u64(std::uint64_t{1} << rank, word)));
+}
+
+class RangeCounts {
+  public:
+    explicit RangeCounts(std::size_t const* starts) {
+        for (std::size_t b = 0; b < kRanges; ++b) {
+            below_[b] = static_cast<std::int32_t>(starts[b]);
+        }
+        lanes_ = _mm512_load_si512(below_);
+    }
+
+    std::size_t take(std::uint32_t position, std::uint32_t& below) {
+        __m512i const broadcast = _mm512_set1_epi32(static_cast<std::int32_t>(position));
+        __mmask16 const above = _mm512_cmpgt_epi32_mask(lanes_, broadcast);
+        std::size_t const range = static_cast<std::size_t>(_tzcnt_u32(above | 0x10000u)) - 1;
+        lanes_ = _mm512_mask_sub_epi32(lanes_, above, lanes_, _mm512_set1_epi32(1));
+        _mm512_store_si512(below_, lanes_);
+        below = static_cast<std::uint32_t>(below_[range]);
+        return range;
+    }
+
+  private:
+    __m512i lanes_;
+    alignas(64) std::int32_t below_[kRanges];
+};
+
+#include "PositionSteps.inc"
+
+}  // namespace wide
+#pragma GCC pop_options
+
+bool wideInstructionsAvailable() {
+    static bool const available = [] {
+        __builtin_cpu_init();
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("bmi2");
+    }();
+    return available;
 }
 
 }  // namespace
 
-std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions) {
+std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions,
+                                          DecodingInstructions instructions) {
     std::size_t const count = positions.size();
     std::vector<std::uint32_t> takenAt(count);
-    if (count < kLeastToSplit) {
-        settle(DrawnSteps{positions.data()}, count, allValues(count), 0, takenAt.data());
-        return takenAt;
+    std::vector<Step> steps(count < kLeastToSplit ? 0 : count);
+    std::vector<Step> scratch(count < kLeastToSplit ? 0 : count);
+    if (instructions == DecodingInstructions::fastestAvailable && wideInstructionsAvailable()) {
+        wide::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
+    } else {
+        baseline::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
     }
-    std::vector<Step> steps(count);
-    std::vector<Step> scratch(count);
-    split(DrawnSteps{positions.data()}, steps.data(), scratch.data(), count, 0, takenAt.data());
     return takenAt;
 }
 

@@ -7,6 +7,8 @@
 // consecutive ranges of the values (a step goes to the range whose count of values still left below it is
 // the largest one not above its position, and its position becomes relative to that range), recursively,
 // down to ranges of at most 64 values, which a 64-bit word of flags settles, two ranges side by side.
+// The counts of values left below the sixteen ranges sit in vector registers, so one comparison finds a
+// step's range and one addition updates them.
 #pragma once
 
 #include <cstdint>
@@ -15,9 +17,15 @@
 namespace Kestrel {
 namespace sampling {
 
+// The instructions the decoding may use: those of every x86-64 processor, or the fastest the processor
+// offers (512-bit vectors and bit deposit where present). Both give the same result.
+enum class DecodingInstructions { baseline, fastestAvailable };
+
 // result[v]: the step that takes out entry v. Requires: positions[i] < positions.size() - i, and fewer
 // than 2^31 positions.
-std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions);
+std::vector<std::uint32_t> stepsTakingOut(
+    std::vector<std::uint32_t> const& positions,
+    DecodingInstructions instructions = DecodingInstructions::fastestAvailable);
 
 }  // namespace sampling
 }  // namespace Kestrel

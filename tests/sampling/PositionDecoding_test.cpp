@@ -7,7 +7,12 @@
 
 namespace {
 
+using Kestrel::sampling::DecodingInstructions;
 using Kestrel::sampling::stepsTakingOut;
+
+// Both instruction sets (the fastest available one is the baseline on processors without wider ones).
+constexpr DecodingInstructions kInstructionSets[] = {DecodingInstructions::baseline,
+                                                     DecodingInstructions::fastestAvailable};
 
 // The plain method: erase each position from an ascending list, noting the step that takes each entry.
 std::vector<std::uint32_t> takenByErasing(std::vector<std::uint32_t> const& positions) {
@@ -37,7 +42,10 @@ TEST(PositionDecoding, StepsTakingOutEqualErasingFromAnAscendingList) {
     for (std::size_t const count : {0u, 1u, 2u, 63u, 64u, 65u, 127u, 128u, 129u, 1000u, 1023u, 1024u, 1025u,
                                     4095u, 4097u, 16385u, 20000u}) {
         std::vector<std::uint32_t> const positions = randomPositions(engine, count);
-        EXPECT_EQ(stepsTakingOut(positions), takenByErasing(positions)) << "count " << count;
+        std::vector<std::uint32_t> const expected = takenByErasing(positions);
+        for (DecodingInstructions const instructions : kInstructionSets) {
+            EXPECT_EQ(stepsTakingOut(positions, instructions), expected) << "count " << count;
+        }
     }
 }
 
@@ -46,7 +54,10 @@ TEST(PositionDecoding, RandomSizesEqualErasingFromAnAscendingList) {
     for (int trial = 0; trial < 40; ++trial) {
         std::size_t const count = engine() % 3000;
         std::vector<std::uint32_t> const positions = randomPositions(engine, count);
-        EXPECT_EQ(stepsTakingOut(positions), takenByErasing(positions)) << "count " << count;
+        std::vector<std::uint32_t> const expected = takenByErasing(positions);
+        for (DecodingInstructions const instructions : kInstructionSets) {
+            EXPECT_EQ(stepsTakingOut(positions, instructions), expected) << "count " << count;
+        }
     }
 }
 
@@ -61,8 +72,10 @@ TEST(PositionDecoding, SkewedPositionsEqualErasingFromAnAscendingList) {
             front[i] = engine() % (left < 3 ? left : 3);
             back[i] = left - 1 - engine() % (left < 3 ? left : 3);
         }
-        EXPECT_EQ(stepsTakingOut(front), takenByErasing(front)) << "count " << count;
-        EXPECT_EQ(stepsTakingOut(back), takenByErasing(back)) << "count " << count;
+        for (DecodingInstructions const instructions : kInstructionSets) {
+            EXPECT_EQ(stepsTakingOut(front, instructions), takenByErasing(front)) << "count " << count;
+            EXPECT_EQ(stepsTakingOut(back, instructions), takenByErasing(back)) << "count " << count;
+        }
     }
 }
 
@@ -71,17 +84,21 @@ TEST(PositionDecoding, AlwaysTakingTheLastPositionEmptiesFromTheBack) {
     for (std::size_t i = 0; i < positions.size(); ++i) {
         positions[i] = static_cast<std::uint32_t>(positions.size() - 1 - i);
     }
-    std::vector<std::uint32_t> const takenAt = stepsTakingOut(positions);
-    for (std::size_t v = 0; v < takenAt.size(); ++v) {
-        EXPECT_EQ(takenAt[v], takenAt.size() - 1 - v);
+    for (DecodingInstructions const instructions : kInstructionSets) {
+        std::vector<std::uint32_t> const takenAt = stepsTakingOut(positions, instructions);
+        for (std::size_t v = 0; v < takenAt.size(); ++v) {
+            EXPECT_EQ(takenAt[v], takenAt.size() - 1 - v);
+        }
     }
 }
 
 TEST(PositionDecoding, AlwaysTakingTheFirstPositionEmptiesFromTheFront) {
     std::vector<std::uint32_t> const positions(300, 0);
-    std::vector<std::uint32_t> const takenAt = stepsTakingOut(positions);
-    for (std::size_t v = 0; v < takenAt.size(); ++v) {
-        EXPECT_EQ(takenAt[v], v);
+    for (DecodingInstructions const instructions : kInstructionSets) {
+        std::vector<std::uint32_t> const takenAt = stepsTakingOut(positions, instructions);
+        for (std::size_t v = 0; v < takenAt.size(); ++v) {
+            EXPECT_EQ(takenAt[v], v);
+        }
     }
 }
 
