@@ -101,6 +101,10 @@ std::vector<BrokenInput> const kBrokenInputs{
      "field 'box[0]': expected lower < upper"},
     {"EndlessCooling", "anneal", R"({"function": "sphere", "settings": {"coolingFactor": 0.9999999}})",
      "field 'settings': asks for about"},
+    {"TooManyDimensions", "anneal", R"({"function": "sphere", "dimension": 21})",
+     "field 'dimension': must be between 1 and 20, got 21"},
+    {"LongTrajectories", "anneal", R"({"function": "sphere", "settings": {"stepsPerSample": 1001}})",
+     "field 'settings.stepsPerSample': must be between 1 and 1000"},
     {"SeedOutOfRange", "anneal", R"({"function": "sphere", "seed": 99999999999})",
      "field 'seed': integer out of range"},
 };

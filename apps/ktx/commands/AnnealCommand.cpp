@@ -92,10 +92,13 @@ Command addAnnealCommand(CLI::App& tool) {
         "anneal",
         "Minimise a named test function over a box with the library's ready Hamiltonian simulated annealer "
         "(seeded, reproducible).\n"
-        "Input: {\"function\": \"ackley\"|\"himmelblau\"|\"rastrigin\"|\"sphere\", \"dimension\": default 2 "
-        "(himmelblau: 2 only), \"box\": [[lower, upper], one per coordinate] (default the function's usual "
-        "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\", "
-        "\"coolingFactor\", \"finalTemperatureRatio\"} each optional}.\n"
+        "Input: {\"function\": \"ackley\"|\"himmelblau\"|\"rastrigin\"|\"sphere\", \"dimension\": 1 to 20, "
+        "default 2 (himmelblau: 2 only), \"box\": [[lower, upper], one per coordinate] (default the "
+        "function's usual "
+        "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\" "
+        "(up to 1000), \"coolingFactor\", \"finalTemperatureRatio\"} each optional, at most 5e6 leapfrog "
+        "steps in "
+        "all}.\n"
         "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
     addInputOption(*command, options->input);
     addOutputOption(*command, options->output);

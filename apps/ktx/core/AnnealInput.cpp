@@ -31,7 +31,7 @@ void readSettings(nlohmann::json const& value, AnnealInput& input) {
     }
     if (reader.has("stepsPerSample")) {
         input.stepsPerSample = reader.integer("stepsPerSample");
-        requireInRange(*input.stepsPerSample, 1, 100000, "settings.stepsPerSample");
+        requireInRange(*input.stepsPerSample, 1, kMaxStepsPerSample, "settings.stepsPerSample");
     }
     if (reader.has("coolingFactor")) {
         input.coolingFactor = reader.number("coolingFactor");

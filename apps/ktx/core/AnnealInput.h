@@ -17,9 +17,12 @@
 namespace ktx {
 
 // Bounds on the work one run may ask for: samples (about 1 + log(ratio) / log(factor)) times leapfrog
-// steps per sample.
-constexpr int kMaxAnnealDimension = 100;
-constexpr double kMaxAnnealSteps = 2e7;
+// steps per sample. Wall hits add steps beyond that count, and more of them the longer the trajectories
+// and the more coordinates there are, so trajectories and dimensions are bounded too; within these
+// bounds a run takes seconds.
+constexpr int kMaxAnnealDimension = 20;
+constexpr int kMaxStepsPerSample = 1000;
+constexpr double kMaxAnnealSteps = 5e6;
 
 struct AnnealInput {
     std::string function;
