@@ -118,30 +118,32 @@ class RangeCounts {
     alignas(16) std::int32_t below_[kRanges];
 };
 
+#define KESTREL_DECODING_TARGET
 #include "PositionSteps.inc"
+#undef KESTREL_DECODING_TARGET
 
 }  // namespace baseline
 
 // Processors with 512-bit vectors and bit deposit: the counts in one register, the bit selection in two
 // instructions. The same operations on the same integers, so the same result.
-#pragma GCC push_options
-#pragma GCC target("avx512f,bmi,bmi2")
 namespace wide {
 
-int selectBit(std::uint64_t word, std::uint32_t rank) {
+#define KESTREL_DECODING_TARGET __attribute__((target("avx512f,bmi,bmi2")))
+
+KESTREL_DECODING_TARGET int selectBit(std::uint64_t word, std::uint32_t rank) {
     return static_cast<int>(_tzcnt_u64(_pdep_u64(std::uint64_t{1} << rank, word)));
 }
 
 class RangeCounts {
   public:
-    explicit RangeCounts(std::size_t const* starts) {
+    KESTREL_DECODING_TARGET explicit RangeCounts(std::size_t const* starts) {
         for (std::size_t b = 0; b < kRanges; ++b) {
             below_[b] = static_cast<std::int32_t>(starts[b]);
         }
         lanes_ = _mm512_load_si512(below_);
     }
 
-    std::size_t take(std::uint32_t position, std::uint32_t& below) {
+    KESTREL_DECODING_TARGET std::size_t take(std::uint32_t position, std::uint32_t& below) {
         __m512i const broadcast = _mm512_set1_epi32(static_cast<std::int32_t>(position));
         __mmask16 const above = _mm512_cmpgt_epi32_mask(lanes_, broadcast);
         std::size_t const range = static_cast<std::size_t>(_tzcnt_u32(above | 0x10000u)) - 1;
@@ -157,9 +159,9 @@ class RangeCounts {
 };
 
 #include "PositionSteps.inc"
+#undef KESTREL_DECODING_TARGET
 
 }  // namespace wide
-#pragma GCC pop_options
 
 bool wideInstructionsAvailable() {
     static bool const available = [] {
