@@ -43,8 +43,8 @@ void runCurvature(CurvatureOptions const& options) {
     OutputFiles outputs;
     outputs.add(options.output, formatJson(result));
     if (!options.svg.empty()) {
-        outputs.add(options.svg,
-                    curvaturePicture(input.points, input.segments, curvature, "Segment curvature"));
+        outputs.add(options.svg, curvaturePicture(input.points, input.closed, input.segments, curvature,
+                                                  "Segment curvature"));
     }
     outputs.commit();
 }

@@ -136,8 +136,8 @@ void runDemo(DemoOptions const& options) {
     OutputFiles outputs;
     outputs.add(grouping, groupPicture(line.values, lengths, starts, true,
                                        "Drawbead restraint per segment, coloured by group"));
-    outputs.add(curvaturePath,
-                curvaturePicture(line.points, line.segments, curvature, "Curvature of the drawbead line"));
+    outputs.add(curvaturePath, curvaturePicture(line.points, true, line.segments, curvature,
+                                                "Curvature of the drawbead line"));
     outputs.add(mastersPath, mastersPicture(lengths, line.ranges, masters, interpolated,
                                             "Master segments and the interpolated restraint"));
     outputs.commit();

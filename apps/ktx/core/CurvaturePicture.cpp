@@ -7,7 +7,7 @@
 
 namespace ktx {
 
-std::string curvaturePicture(std::vector<Point> const& points,
+std::string curvaturePicture(std::vector<Point> const& points, bool closed,
                              std::vector<std::pair<int, int>> const& segments,
                              std::vector<double> const& curvature, std::string const& title) {
     double const width = 800;
@@ -27,7 +27,13 @@ std::string curvaturePicture(std::vector<Point> const& points,
         line.emplace_back(q.first, q.second + 40);
     }
     svg.beginGroup("line");
-    svg.polyline(line, "#bbbbbb", 2);
+    if (closed && !line.empty()) {
+        std::vector<Point> ring = line;
+        ring.push_back(line.front());
+        svg.polyline(ring, "#bbbbbb", 2);
+    } else {
+        svg.polyline(line, "#bbbbbb", 2);
+    }
     svg.endGroup();
     svg.beginGroup("segments");
     for (std::size_t k = 0; k < segments.size(); ++k) {

@@ -18,9 +18,9 @@ using Point = std::pair<double, double>;
 std::string groupPicture(std::vector<double> const& values, std::vector<double> const& lengths,
                          std::vector<int> const& groupStarts, bool closed, std::string const& title);
 
-// The polyline in grey with each segment drawn over it, red for positive curvature (clockwise), blue for
-// negative (counter-clockwise), paler for smaller magnitudes.
-std::string curvaturePicture(std::vector<Point> const& points,
+// The polyline in grey (with its closing chord when closed) with each segment drawn over it, red for positive
+// curvature (clockwise), blue for negative (counter-clockwise), paler for smaller magnitudes.
+std::string curvaturePicture(std::vector<Point> const& points, bool closed,
                              std::vector<std::pair<int, int>> const& segments,
                              std::vector<double> const& curvature, std::string const& title);
 
