@@ -7,6 +7,7 @@
 #include "InputError.h"
 #include "LhsInput.h"
 #include "MastersInput.h"
+#include "Pictures.h"
 #include "Sample2dInput.h"
 
 #include <stdexcept>
@@ -21,19 +22,27 @@ std::vector<std::string> const& fuzzTargetNames() {
 
 bool runFuzzTarget(std::string const& target, std::string const& input) {
     try {
+        // Accepted inputs also go through the picture writers (with a stand-in result), which scale and
+        // colour whatever numbers the reader let through.
         if (target == "group") {
-            parseGroupInput(input);
+            GroupInput const parsed = parseGroupInput(input);
+            groupPicture(parsed.values, parsed.lengths, {0}, parsed.closed, "fuzz");
         } else if (target == "curvature") {
-            parseCurvatureInput(input);
+            CurvatureInput const parsed = parseCurvatureInput(input);
+            curvaturePicture(parsed.points, parsed.closed, parsed.segments,
+                             std::vector<double>(parsed.segments.size(), 1.0), "fuzz");
         } else if (target == "masters") {
-            parseMastersInput(input);
+            MastersInput const parsed = parseMastersInput(input);
+            mastersPicture(parsed.lengths, parsed.ranges, parsed.masterIndices.value_or(std::vector<int>{0}),
+                           parsed.masterValues.value_or(std::vector<double>{}), "fuzz");
         } else if (target == "assign") {
             parseAssignInput(input);
         } else if (target == "lhs") {
             LhsInput const parsed = parseLhsInput(input);
             lhsColumnNames(parsed);
         } else if (target == "sample2d") {
-            parseSample2dInput(input);
+            Sample2dInput const parsed = parseSample2dInput(input);
+            samplePicture(parsed.outer, parsed.holes, parsed.outer, "fuzz");
         } else if (target == "anneal") {
             parseAnnealInput(input);
         } else {
