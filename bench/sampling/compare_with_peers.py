@@ -8,11 +8,14 @@ python3-sklearn, in one run, on the same inputs.
       vs sklearn.cluster.KMeans(n, init="k-means++", n_init=1, max_iter=max(n, 100)) on the same candidates
                                                                  for n = 5, 50, 300
 
-Usage: bench/sampling/compare_with_peers.py [--build BUILD_DIR] [--repetitions R]
+Usage: bench/sampling/compare_with_peers.py [--build BUILD_DIR] [--repetitions R] [--only lhs|kmeans]
 The build folder must hold bench/sampling/sampling_peer_timing (a Release build gives meaningful figures).
 Prints the medians over R repetitions of the wall time and of the processor time (summed over threads;
 steadier than the wall time on a busy machine) and the ratios library / peer (below 1: the library is
-faster). Both sides use the threads OMP_NUM_THREADS allows (all cores by default).
+faster). Both sides use the threads OMP_NUM_THREADS allows (all cores by default). Both time the whole
+life of their result: the library's population is built and released, the peer's array is drawn and
+released. On a machine whose cores are shared, OpenMP threads that spin while waiting slow the thread
+doing the serial work; OMP_WAIT_POLICY=passive shows the library without that effect.
 """
 import argparse
 import os
@@ -82,13 +85,19 @@ def main():
     root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
     parser.add_argument("--build", default=os.path.join(root, "build-release"))
     parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--only", choices=("lhs", "kmeans"), help="run only one of the two comparisons")
     arguments = parser.parse_args()
     driver = os.path.join(arguments.build, "bench", "sampling", "sampling_peer_timing")
     if not os.access(driver, os.X_OK):
         sys.exit(f"missing {driver}: build the target sampling_peer_timing in {arguments.build} first")
 
-    rows = compare_latin_hypercube(driver, arguments.repetitions)
-    rows += compare_domain_sampler(driver, arguments.repetitions)
+    rows = []
+    if arguments.only != "kmeans":
+        rows += compare_latin_hypercube(driver, arguments.repetitions)
+    if arguments.only != "lhs":
+        rows += compare_domain_sampler(driver, arguments.repetitions)
+    print(f"OMP_NUM_THREADS={os.environ.get('OMP_NUM_THREADS', 'unset')} "
+          f"OMP_WAIT_POLICY={os.environ.get('OMP_WAIT_POLICY', 'unset')}")
     print(f"{'library':<24}{'size':<10}{'peer':<21}{'wall s':>9}{'peer':>9}{'ratio':>7}"
           f"{'cpu s':>9}{'peer':>9}{'ratio':>7}  note")
     for name, size, peer_name, library, peer, note in rows:

@@ -3,7 +3,9 @@
 //
 // CartesianProductSampler builds, once at construction, a population in which every candidate of every
 // factor is used exactly once, matched at random (fixed seed) with the candidates of the other factors.
-// Cost: O(N log N) per named factor for N points, plus the copying of the coordinates.
+// Cost: O(N log N) per named factor for N points, plus the copying of the coordinates. A million points
+// over four one-coordinate factors take about 0.13 s on one 2.6 GHz core (0.09 s on two), releasing the
+// population included; a fifth of that is allocating and releasing the million point vectors.
 //
 // DomainSampler2D places n well-spread points in a domain that a subclass describes by candidate points:
 // it asks for 100 * n candidates, seeds n centres by k-means++ (fixed seed) and runs Lloyd iterations whose
@@ -48,6 +50,10 @@ class KESTREL_API CartesianProductSampler {
     // concatenation of one candidate of each factor in the sequence of `order` (a factor may be named more
     // than once; each naming is an independent permutation). Candidate choices come from std::mt19937 with
     // seed 377, one output per choice, point by point and factor by factor within a point.
+    // Threads: the draws are made on the calling thread; from 20000 points on, the order entries' draws are
+    // decoded and the coordinates copied as OpenMP parallel loops (static schedule). The result does not
+    // depend on the number of threads. On a machine whose cores are all busy, OMP_NUM_THREADS=1 (or
+    // OMP_WAIT_POLICY=passive, so that waiting threads do not spin) is faster.
     // Requires: the factors named in `order` are not null.
     // Throws: std::out_of_range("invalid vector subscript") if an entry of `order` is not an index into
     // `factors` or a named factor has fewer than N candidates; std::length_error("deque<T> too long") if
