@@ -240,6 +240,21 @@ TEST(CartesianProductSampler, FastPathEqualsPlainMethodOnRandomInputs) {
     }
 }
 
+TEST(CartesianProductSampler, ParallelPathEqualsPlainMethodForOneAndTwoThreads) {
+    // Enough points for the parallel loops and the deeper decoding splits; few lists, as the plain method
+    // erases from the middle of them.
+    std::mt19937 engine(31);
+    Factors const factors = randomFactors(engine, 2, 21000);
+    std::vector<int> const order{0, 1};
+    Population const expected = literal::cartesianProduct(factors, order);
+    int const threads = omp_get_max_threads();
+    for (int const count : {1, 2}) {
+        omp_set_num_threads(count);
+        EXPECT_EQ(populationOf(factors, order), expected) << count << " threads";
+    }
+    omp_set_num_threads(threads);
+}
+
 TEST(CartesianProductSampler, OneAndTwoThreadsGiveIdenticalPopulations) {
     std::mt19937 engine(7);
     Factors const factors = randomFactors(engine, 4, 30000);  // enough points for the parallel loops
