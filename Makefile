@@ -33,7 +33,7 @@ build: configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 
 demo: configure
-	@cmake --build $(BUILD) --parallel $(JOBS) --target ktx
+	@env -u MAKEFLAGS -u MAKELEVEL cmake --build $(BUILD) --parallel $(JOBS) --target ktx
 	@$(BUILD)/apps/ktx/ktx demo --dir $(BUILD)/ktx-demo
 
 test: build

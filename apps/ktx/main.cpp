@@ -26,6 +26,7 @@ int runTool(int argc, char** argv) {
         "Each subcommand reads JSON (or CSV) from a file or - (standard input); see "
         "'ktx <subcommand> --help' for an example input.",
         "ktx"};
+    tool.set_version_flag("--version", std::string("ktx ") + KTX_VERSION);
     tool.require_subcommand(1);
     std::vector<ktx::Command> const commands{ktx::addGroupCommand(tool),   ktx::addCurvatureCommand(tool),
                                              ktx::addMastersCommand(tool), ktx::addAssignCommand(tool),
