@@ -10,8 +10,9 @@
 // to success" is the number of evaluations (objective + gradient) spent until the first such call.
 //
 //   annealing_comparison [seeds] [dimension] [coolingFactor] [stepsPerSample] [stepFraction]
-//                        [finalTemperatureRatio]
-// (settings not given keep the defaults of Kestrel::AnnealingSettings4HSA)
+//                        [finalTemperatureRatio] [chains] [refinementCalls] [freshStartInterval]
+// (settings not given keep the defaults of Kestrel::AnnealingSettings4HSA; the single long chain that the
+// annealer ran before it used short chains is `annealing_comparison 50 2 0.95 20 0.005 1e-5 1 0 0`)
 #include <Kestrel/ReadyComponents4HSA.h>
 
 #include <algorithm>
@@ -142,11 +143,15 @@ int main(int argc, char** argv) {
     settings.stepsPerSample = argc > 4 ? std::atoi(argv[4]) : settings.stepsPerSample;
     settings.stepFraction = argc > 5 ? std::atof(argv[5]) : settings.stepFraction;
     settings.finalTemperatureRatio = argc > 6 ? std::atof(argv[6]) : settings.finalTemperatureRatio;
+    settings.chains = argc > 7 ? std::atoi(argv[7]) : settings.chains;
+    settings.refinementCalls = argc > 8 ? std::atoi(argv[8]) : settings.refinementCalls;
+    settings.freshStartInterval = argc > 9 ? std::atoi(argv[9]) : settings.freshStartInterval;
     std::printf(
         "settings: coolingFactor %g, stepsPerSample %d, stepFraction %g, finalTemperatureRatio %g, "
-        "warmUpPoints %d\n",
+        "warmUpPoints %d, chains %d, refinementCalls %d, freshStartInterval %d\n",
         settings.coolingFactor, settings.stepsPerSample, settings.stepFraction,
-        settings.finalTemperatureRatio, settings.warmUpPoints);
+        settings.finalTemperatureRatio, settings.warmUpPoints, settings.chains, settings.refinementCalls,
+        settings.freshStartInterval);
     std::printf("%-11s %5s | %-36s | %-36s\n", "function", "runs", "annealer: found, calls to find, median f",
                 "restarts: found, calls to find, median f");
     for (std::string const name : {"rastrigin", "himmelblau", "ackley"}) {

@@ -1,4 +1,5 @@
-// One call that warms up, assembles the ready annealing classes and runs the driver on a box.
+// One call that warms up, assembles the ready annealing classes and runs several annealing chains, each
+// followed by a local descent, on a box.
 #include <Kestrel/ReadyComponents4HSA.h>
 
 #include "RandomDeviates4HSA.h"
@@ -29,6 +30,23 @@ void checkSettings(AnnealingSettings4HSA const& settings) {
         throw std::invalid_argument(
             "annealInBox4HSA: finalTemperatureRatio must lie strictly between 0 and 1");
     }
+    if (settings.chains < 1) {
+        throw std::invalid_argument("annealInBox4HSA: chains must be at least 1");
+    }
+    if (settings.freshStartInterval < 0) {
+        throw std::invalid_argument("annealInBox4HSA: freshStartInterval must not be negative");
+    }
+    if (settings.refinementCalls < 0) {
+        throw std::invalid_argument("annealInBox4HSA: refinementCalls must not be negative");
+    }
+}
+
+std::vector<double> uniformPoint(Box4HSA const& box, std::mt19937& engine) {
+    std::vector<double> point(box.size());
+    for (std::size_t i = 0; i < box.size(); ++i) {
+        point[i] = box[i].first + (box[i].second - box[i].first) * drawUniform53(engine);
+    }
+    return point;
 }
 
 }  // namespace
@@ -49,26 +67,33 @@ AnnealingResult4HSA annealInBox4HSA(Objective4HSA const& objective, Gradient4HSA
     }
 
     std::mt19937 engine(seed);
-    std::deque<std::vector<double>> warmUp(static_cast<std::size_t>(settings.warmUpPoints),
-                                           std::vector<double>(box.size()));
-    for (std::vector<double>& point : warmUp) {
-        for (std::size_t i = 0; i < box.size(); ++i) {
-            point[i] = box[i].first + (box[i].second - box[i].first) * drawUniform53(engine);
-        }
+    std::deque<std::vector<double>> warmUp;
+    for (int k = 0; k < settings.warmUpPoints; ++k) {
+        warmUp.push_back(uniformPoint(box, engine));
     }
     auto interpolator = std::make_shared<ObjectiveInterpolator4HSA>(objective, gradient);
     interpolator->improveQualityAt(warmUp);
 
-    auto domain = std::make_shared<BoxDomain4HSA>(box, interpolator->getBestPosition());
     auto bath = std::make_shared<LeapfrogThermalBath4HSA>(static_cast<std::uint32_t>(engine()), step,
                                                           settings.stepsPerSample);
-    HamiltonianSimulatedAnnealing annealer(domain, interpolator, bath);
-    double const startTemperature = bath->suggestTemperatureAndChange().first;
-    GeometricCoolingSchedule4HSA schedule(settings.coolingFactor,
-                                          std::fmax(0.0, settings.finalTemperatureRatio * startTemperature));
-
     AnnealingResult4HSA result;
-    annealer.driveHSA(schedule, result.finalPosition);
+    for (int chain = 0; chain < settings.chains; ++chain) {
+        // A chain reheats from the best point so far (or, now and then, starts afresh somewhere else, so
+        // that a basin far from the best one is still found), to the temperature that the statistics of
+        // every value seen so far suggest: as the values concentrate in low basins, the reheats grow
+        // milder.
+        bool const fresh = settings.freshStartInterval > 0 &&
+                           chain % settings.freshStartInterval == settings.freshStartInterval - 1;
+        auto domain = std::make_shared<BoxDomain4HSA>(
+            box, fresh ? uniformPoint(box, engine) : interpolator->getBestPosition());
+        HamiltonianSimulatedAnnealing annealer(domain, interpolator, bath);
+        double const startTemperature = bath->suggestTemperatureAndChange().first;
+        GeometricCoolingSchedule4HSA schedule(
+            settings.coolingFactor, std::fmax(0.0, settings.finalTemperatureRatio * startTemperature));
+        annealer.driveHSA(schedule, result.finalPosition);
+        // The leapfrog step resolves the objective's curvature, so h * h is a descent step it tolerates.
+        refineInBox4HSA(*interpolator, box, result.finalPosition, step * step, settings.refinementCalls);
+    }
     result.bestPosition = interpolator->getBestPosition();
     result.bestValue = interpolator->getBestValue();
     result.objectiveEvaluations = interpolator->getNumberOfObjectiveCalls();

@@ -112,23 +112,53 @@ TEST(AnnealInBox4HSA, FindsTheAckleyMinimumFromEachOfTenSeeds) {
     }
 }
 
-TEST(AnnealInBox4HSA, FindsTheRastriginMinimumFromSeedFive) {
-    // Rastrigin's ripples (barriers of about 20 between neighbouring minima) freeze the walk while many
-    // basins are still about equally likely; over 50 seeds only a few runs reach the global basin (see
-    // bench/annealing). Seed 5 is one of them.
-    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 2);
-    AnnealingResult4HSA const found = anneal(f, 5u);
-    EXPECT_LE(distanceToNearestMinimum(f, found.bestPosition), kTolerance);
-    EXPECT_LT(found.bestValue, 1e-2);
-}
-
-TEST(AnnealInBox4HSA, RastriginRunsEndInALowLocalMinimum) {
-    // Every run settles in one of the lower basins near the origin; corner basins lie above 50.
+TEST(AnnealInBox4HSA, FindsTheRastriginMinimumFromEachOfTenSeeds) {
     TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 2);
     for (std::uint32_t seed = 1; seed <= 10; ++seed) {
         AnnealingResult4HSA const found = anneal(f, seed);
-        EXPECT_LT(found.bestValue, 10.5) << "seed " << seed;
+        EXPECT_LE(distanceToNearestMinimum(f, found.bestPosition), kTolerance) << "seed " << seed;
+        EXPECT_LT(found.bestValue, 1e-2) << "seed " << seed;
     }
+}
+
+TEST(AnnealInBox4HSA, FindsTheRastriginMinimumInThreeDimensionsFromMostOfTenSeeds) {
+    // In 3-D the default budget finds the global basin in about seven runs out of ten (36 of seeds 1 to
+    // 50, see bench/annealing); seeds 1 to 10 give 8, and 6 leaves room for rounding differences between
+    // platforms.
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 3);
+    int successes = 0;
+    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
+        AnnealingResult4HSA const found = anneal(f, seed);
+        successes += distanceToNearestMinimum(f, found.bestPosition) <= kTolerance ? 1 : 0;
+    }
+    EXPECT_GE(successes, 6);
+}
+
+TEST(AnnealInBox4HSA, ManyChainsWithRefinementBeatOneLongChainOnRastrigin) {
+    // About the same budget spent on one slow chain, as the annealer did before it ran short chains: that
+    // chain freezes in a neighbouring basin in most runs.
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 2);
+    AnnealingSettings4HSA single;
+    single.chains = 1;
+    single.refinementCalls = 0;
+    single.stepFraction = 0.005;
+    single.stepsPerSample = 20;
+    single.coolingFactor = 0.95;
+    single.finalTemperatureRatio = 1e-5;
+    single.freshStartInterval = 0;
+    int singleSuccesses = 0;
+    int chainSuccesses = 0;
+    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
+        AnnealingResult4HSA const one =
+            Kestrel::annealInBox4HSA(f.objective, f.gradient, f.box, seed, single);
+        AnnealingResult4HSA const many = anneal(f, seed);
+        EXPECT_LE(many.objectiveEvaluations + many.gradientEvaluations,
+                  one.objectiveEvaluations + one.gradientEvaluations)
+            << "seed " << seed;
+        singleSuccesses += distanceToNearestMinimum(f, one.bestPosition) <= kTolerance ? 1 : 0;
+        chainSuccesses += distanceToNearestMinimum(f, many.bestPosition) <= kTolerance ? 1 : 0;
+    }
+    EXPECT_GE(chainSuccesses, singleSuccesses + 5);
 }
 
 TEST(AnnealInBox4HSA, FindsTheSphereMinimumInThreeDimensions) {
@@ -180,16 +210,49 @@ TEST(AnnealInBox4HSA, CountsEveryEvaluationAndReportsTheBestValueSeen) {
     };
     AnnealingSettings4HSA settings;
     settings.coolingFactor = 0.8;
+    settings.finalTemperatureRatio = 1e-5;
+    settings.chains = 1;
+    settings.refinementCalls = 0;
     AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(objective, gradient, f.box, 3u, settings);
     EXPECT_EQ(found.objectiveEvaluations, values);
     EXPECT_EQ(found.gradientEvaluations, gradients);
     EXPECT_EQ(found.bestValue, lowest);
     EXPECT_EQ(f.objective(found.bestPosition), found.bestValue);
-    // Warm-up, then two values per sample.
+    // One chain without refinement: warm-up, then two values per sample.
     EXPECT_EQ(found.objectiveEvaluations, 32u + 2u * found.samples);
-    EXPECT_GE(found.gradientEvaluations, found.samples * 21u);
+    EXPECT_GE(found.gradientEvaluations, found.samples * (settings.stepsPerSample + 1u));
     // T0 * 0.8^k <= 1e-5 * T0 first at k = 52: the initial sample and 52 more.
     EXPECT_EQ(found.samples, 53u);
+}
+
+TEST(AnnealInBox4HSA, EachChainCostsItsSamplesPlusAtMostTheRefinementCalls) {
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("himmelblau", 2);
+    std::uint64_t values = 0;
+    std::uint64_t gradients = 0;
+    double lowest = std::numeric_limits<double>::infinity();
+    Kestrel::Objective4HSA const objective = [&](std::vector<double> const& x) {
+        ++values;
+        double const v = f.objective(x);
+        lowest = std::fmin(lowest, v);
+        return v;
+    };
+    Kestrel::Gradient4HSA const gradient = [&](std::vector<double> const& x, std::vector<double>& g) {
+        ++gradients;
+        f.gradient(x, g);
+    };
+    AnnealingSettings4HSA settings;
+    settings.chains = 5;
+    settings.refinementCalls = 9;
+    AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(objective, gradient, f.box, 4u, settings);
+    EXPECT_EQ(found.objectiveEvaluations, values);
+    EXPECT_EQ(found.gradientEvaluations, gradients);
+    EXPECT_EQ(found.bestValue, lowest);
+    // Warm-up and two values per sample, then each chain's refinement: its start value at least, and at
+    // most 9 calls.
+    std::uint64_t const sampling = 32u + 2u * found.samples;
+    EXPECT_GE(found.objectiveEvaluations, sampling + 5u);
+    EXPECT_LE(found.objectiveEvaluations, sampling + 5u * 9u);
+    EXPECT_GE(found.samples, 10u);  // at least two samples per chain
 }
 
 TEST(AnnealInBox4HSA, InvalidInputsAreRejectedBeforeAnyEvaluation) {
@@ -213,7 +276,10 @@ TEST(AnnealInBox4HSA, InvalidInputsAreRejectedBeforeAnyEvaluation) {
           withSetting([](AnnealingSettings4HSA& s) { s.stepFraction = 0.0; }),
           withSetting([](AnnealingSettings4HSA& s) { s.stepsPerSample = 0; }),
           withSetting([](AnnealingSettings4HSA& s) { s.coolingFactor = 1.0; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.finalTemperatureRatio = 1.0; })}) {
+          withSetting([](AnnealingSettings4HSA& s) { s.finalTemperatureRatio = 1.0; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.chains = 0; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.freshStartInterval = -1; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.refinementCalls = -1; })}) {
         EXPECT_THROW(Kestrel::annealInBox4HSA(objective, gradient, box, 1u, settings), std::invalid_argument);
     }
     EXPECT_EQ(calls, 0);
@@ -227,13 +293,14 @@ TEST(AnnealInBox4HSA, EmptyCallbacksRaiseBadFunctionCall) {
                  boost::bad_function_call);
 }
 
-TEST(AnnealInBox4HSA, ConstantObjectiveStopsAfterTwoSamples) {
+TEST(AnnealInBox4HSA, ConstantObjectiveStopsEachChainAfterTwoSamples) {
     Kestrel::Objective4HSA const flat = [](std::vector<double> const&) { return 1.0; };
     Kestrel::Gradient4HSA const level = [](std::vector<double> const&, std::vector<double>& g) {
         g.assign(g.size(), 0.0);
     };
     AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(flat, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
-    EXPECT_EQ(found.samples, 2u);  // temperature 0 from the statistics
+    // Temperature 0 from the statistics; the refinement finds no force and stops after its first value.
+    EXPECT_EQ(found.samples, 2u * static_cast<std::uint64_t>(AnnealingSettings4HSA().chains));
     EXPECT_EQ(found.bestValue, 1.0);
 }
 
@@ -244,7 +311,8 @@ TEST(AnnealInBox4HSA, UndefinedObjectiveValuesEndTheRunQuickly) {
     };
     AnnealingResult4HSA const found =
         Kestrel::annealInBox4HSA(undefined, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
-    EXPECT_EQ(found.samples, 2u);  // an undefined temperature stops the cooling at once
+    // An undefined temperature stops each chain's cooling at once.
+    EXPECT_EQ(found.samples, 2u * static_cast<std::uint64_t>(AnnealingSettings4HSA().chains));
     EXPECT_EQ(found.finalPosition.size(), 1u);
 }
 

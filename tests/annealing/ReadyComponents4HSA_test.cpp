@@ -10,6 +10,7 @@
 #include <memory>
 #include <random>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -354,3 +355,87 @@ TEST(GeometricCoolingSchedule4HSA, RejectsInvalidSettings) {
 }
 
 }  // namespace
+
+namespace {
+
+// An objective and gradient that count their calls and note every point evaluated.
+struct CountingObjective {
+    explicit CountingObjective(Kestrel::TestFunction4HSA function) : f(std::move(function)) {}
+
+    Kestrel::TestFunction4HSA f;
+    int values = 0;
+    int gradients = 0;
+    std::vector<std::vector<double>> points;
+
+    ObjectiveInterpolator4HSA interpolator() {
+        return ObjectiveInterpolator4HSA(
+            [this](std::vector<double> const& x) {
+                ++values;
+                points.push_back(x);
+                return f.objective(x);
+            },
+            [this](std::vector<double> const& x, std::vector<double>& g) {
+                ++gradients;
+                f.gradient(x, g);
+            });
+    }
+};
+
+double plane(std::vector<double> const& x) {
+    return x[0] + 2.0 * x[1];
+}
+
+void planeGradient(std::vector<double> const&, std::vector<double>& g) {
+    g[0] = 1.0;
+    g[1] = 2.0;
+}
+
+}  // namespace
+
+TEST(RefineInBox4HSA, DescendsToTheMinimumOfABowl) {
+    CountingObjective counted{Kestrel::makeTestFunction4HSA("sphere", 2)};
+    ObjectiveInterpolator4HSA const model = counted.interpolator();
+    Kestrel::refineInBox4HSA(model, counted.f.box, {-4.0, 3.0}, 1e-3, 200);
+    EXPECT_LT(model.getBestValue(), 1e-12);
+    EXPECT_LE(counted.values + counted.gradients, 200);
+}
+
+TEST(RefineInBox4HSA, StaysWithinItsCallsAndTheBoxAndNeverRaisesTheBestValue) {
+    std::mt19937 engine(23);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    for (int limit = 0; limit <= 40; ++limit) {
+        CountingObjective counted{Kestrel::makeTestFunction4HSA("rastrigin", 2)};
+        ObjectiveInterpolator4HSA const model = counted.interpolator();
+        std::vector<double> const start{-5.12 + 10.24 * unit(engine), -5.12 + 10.24 * unit(engine)};
+        Kestrel::refineInBox4HSA(model, counted.f.box, start, 0.01 * unit(engine) + 1e-4, limit);
+        EXPECT_LE(counted.values + counted.gradients, limit);
+        if (limit < 2) {
+            EXPECT_EQ(counted.values + counted.gradients, 0);
+            continue;
+        }
+        ASSERT_FALSE(counted.points.empty());
+        EXPECT_EQ(counted.points.front(), start);
+        EXPECT_LE(model.getBestValue(), counted.f.objective(start));
+        for (std::vector<double> const& point : counted.points) {
+            EXPECT_GE(point[0], -5.12);
+            EXPECT_LE(point[0], 5.12);
+            EXPECT_GE(point[1], -5.12);
+            EXPECT_LE(point[1], 5.12);
+        }
+    }
+}
+
+TEST(RefineInBox4HSA, StopsAtACornerThatTheForcePressesInto) {
+    ObjectiveInterpolator4HSA const model(&plane, &planeGradient);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.0, 0.0}, 0.5, 100);
+    EXPECT_EQ(model.getNumberOfObjectiveCalls(), 1u);
+    EXPECT_EQ(model.getNumberOfGradientCalls(), 1u);
+    EXPECT_EQ(model.getBestValue(), 0.0);
+}
+
+TEST(RefineInBox4HSA, SlidesAlongAWallTowardsTheLowestCorner) {
+    ObjectiveInterpolator4HSA const model(&plane, &planeGradient);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.9, 0.5}, 0.01, 100);
+    EXPECT_EQ(model.getBestPosition(), (std::vector<double>{0.0, 0.0}));
+    EXPECT_LE(model.getNumberOfObjectiveCalls() + model.getNumberOfGradientCalls(), 100u);
+}
