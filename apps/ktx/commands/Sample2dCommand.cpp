@@ -35,8 +35,11 @@ void runSample2d(Sample2dOptions const& options) {
         try {
             sampler = std::make_unique<Kestrel::PolygonSampler2D>(input.outer, input.holes);
         } catch (std::invalid_argument const& error) {
-            // The polygon's own validation (crossing edges, holes outside, zero area) names the ring.
-            throw InputError(std::string("field 'outer'/'holes': invalid polygon: ") + error.what());
+            // The polygon's own validation (crossing edges, holes outside, zero area) names the ring and
+            // edge; a message about a hole belongs to the field 'holes'.
+            std::string const reason = error.what();
+            std::string const field = reason.find("hole") != std::string::npos ? "holes" : "outer";
+            throw InputError("field '" + field + "': invalid polygon: " + reason);
         }
     } catch (InputError const& error) {
         throw InputError(withSource(text.source, error.what()));
