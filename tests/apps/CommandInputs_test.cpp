@@ -166,6 +166,23 @@ TEST(AnnealInput, DimensionFollowsTheBox) {
     EXPECT_FALSE(input.coolingFactor.has_value());
 }
 
+TEST(AnnealInput, ChainSettingsAreReadAndBounded) {
+    ktx::AnnealInput const input = ktx::parseAnnealInput(
+        R"({"function": "sphere", "settings": {"chains": 3, "freshStartInterval": 0, "refinementCalls": 7}})");
+    EXPECT_EQ(input.chains, 3);
+    EXPECT_EQ(input.freshStartInterval, 0);
+    EXPECT_EQ(input.refinementCalls, 7);
+    EXPECT_THAT(messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"chains": 0}})"),
+                StartsWith("field 'settings.chains': must be between 1"));
+}
+
+TEST(AnnealInput, WorkBoundCountsEveryChainAndItsRefinement) {
+    // 0.5^3 < 0.2 <= 0.5^2: three cooling steps, four samples per chain.
+    EXPECT_NO_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1000, 1000, 1000));  // 1000 * (4000 + 1000)
+    EXPECT_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1000, 1001, 1000), ktx::InputError);
+    EXPECT_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1, 1, 5000000), ktx::InputError);
+}
+
 TEST(AnnealInput, SettingsOutsideTheirRangesAreNamed) {
     EXPECT_THAT(
         messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"coolingFactor": 1}})"),

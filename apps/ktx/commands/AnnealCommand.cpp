@@ -59,6 +59,15 @@ void runAnneal(AnnealOptions const& options) {
     settings.stepsPerSample = input.stepsPerSample.value_or(settings.stepsPerSample);
     settings.coolingFactor = input.coolingFactor.value_or(settings.coolingFactor);
     settings.finalTemperatureRatio = input.finalTemperatureRatio.value_or(settings.finalTemperatureRatio);
+    settings.chains = input.chains.value_or(settings.chains);
+    settings.freshStartInterval = input.freshStartInterval.value_or(settings.freshStartInterval);
+    settings.refinementCalls = input.refinementCalls.value_or(settings.refinementCalls);
+    try {
+        requireBoundedAnnealWork(settings.coolingFactor, settings.finalTemperatureRatio,
+                                 settings.stepsPerSample, settings.chains, settings.refinementCalls);
+    } catch (InputError const& error) {
+        throw InputError(withSource(text.source, error.what()));
+    }
 
     Kestrel::AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(
         function.objective, function.gradient, box, static_cast<std::uint32_t>(input.seed), settings);
@@ -96,9 +105,8 @@ Command addAnnealCommand(CLI::App& tool) {
         "default 2 (himmelblau: 2 only), \"box\": [[lower, upper], one per coordinate] (default the "
         "function's usual "
         "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\" "
-        "(up to 1000), \"coolingFactor\", \"finalTemperatureRatio\"} each optional, at most 5e6 leapfrog "
-        "steps in "
-        "all}.\n"
+        "(up to 1000), \"coolingFactor\", \"finalTemperatureRatio\", \"chains\", \"freshStartInterval\", "
+        "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}.\n"
         "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
     addInputOption(*command, options->input);
     addOutputOption(*command, options->output);

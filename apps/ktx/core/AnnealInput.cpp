@@ -41,6 +41,19 @@ void readSettings(nlohmann::json const& value, AnnealInput& input) {
         input.finalTemperatureRatio = reader.number("finalTemperatureRatio");
         requireOpenUnit(*input.finalTemperatureRatio, "settings.finalTemperatureRatio");
     }
+    if (reader.has("chains")) {
+        input.chains = reader.integer("chains");
+        requireInRange(*input.chains, 1, kMaxAnnealChains, "settings.chains");
+    }
+    if (reader.has("freshStartInterval")) {
+        input.freshStartInterval = reader.integer("freshStartInterval");
+        requireInRange(*input.freshStartInterval, 0, kMaxAnnealChains, "settings.freshStartInterval");
+    }
+    if (reader.has("refinementCalls")) {
+        input.refinementCalls = reader.integer("refinementCalls");
+        requireInRange(*input.refinementCalls, 0, static_cast<int>(kMaxAnnealSteps),
+                       "settings.refinementCalls");
+    }
     reader.finish();
 }
 
@@ -78,17 +91,20 @@ AnnealInput parseAnnealInput(std::string const& text) {
     }
     reader.finish();
 
-    double const factor = input.coolingFactor.value_or(0.95);
-    double const ratio = input.finalTemperatureRatio.value_or(1e-5);
-    double const samples = 1.0 + std::log(ratio) / std::log(factor);
-    double const steps = samples * input.stepsPerSample.value_or(20);
-    if (!(steps <= kMaxAnnealSteps)) {
-        failField("settings",
-                  "asks for about " + formatNumber(std::round(steps)) + " leapfrog steps, more than " +
-                      formatNumber(kMaxAnnealSteps) +
-                      "; lower coolingFactor, raise finalTemperatureRatio or lower stepsPerSample");
-    }
     return input;
+}
+
+void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
+                              int chains, int refinementCalls) {
+    double const samplesPerChain = 1.0 + std::ceil(std::log(finalTemperatureRatio) / std::log(coolingFactor));
+    double const work = static_cast<double>(chains) * (samplesPerChain * static_cast<double>(stepsPerSample) +
+                                                       static_cast<double>(refinementCalls));
+    if (!(work <= kMaxAnnealSteps)) {
+        failField("settings",
+                  "asks for about " + formatNumber(std::round(work)) +
+                      " leapfrog steps and refinement calls, more than " + formatNumber(kMaxAnnealSteps) +
+                      "; lower coolingFactor, chains or stepsPerSample, or raise finalTemperatureRatio");
+    }
 }
 
 }  // namespace ktx

@@ -1,8 +1,9 @@
 // Input of `ktx anneal`: a named test function, its box and the annealing settings.
 //
 //   {"function": "himmelblau", "dimension": 2, "box": [[-5, 5], [-5, 5]], "seed": 7,
-//    "settings": {"warmUpPoints": 32, "stepFraction": 0.005, "stepsPerSample": 20,
-//                 "coolingFactor": 0.95, "finalTemperatureRatio": 1e-5}}
+//    "settings": {"warmUpPoints": 32, "stepFraction": 0.008, "stepsPerSample": 2, "coolingFactor": 0.6,
+//                 "finalTemperatureRatio": 0.05, "chains": 88, "freshStartInterval": 4,
+//                 "refinementCalls": 40}}
 //
 // Only "function" is required. "dimension" defaults to the box's length, else 2; "box" to the function's
 // usual box, "seed" to 1, each setting to the library's default. The function name is checked against the
@@ -16,13 +17,14 @@
 
 namespace ktx {
 
-// Bounds on the work one run may ask for: samples (about 1 + log(ratio) / log(factor)) times leapfrog
-// steps per sample. Wall hits add steps beyond that count, and more of them the longer the trajectories
-// and the more coordinates there are, so trajectories and dimensions are bounded too; within these
-// bounds a run takes seconds.
+// Bounds on the work one run may ask for: per chain, samples (about 1 + log(ratio) / log(factor)) times
+// leapfrog steps per sample plus the refinement calls, times the number of chains. Wall hits add steps beyond
+// that count, and more of them the longer the trajectories and the more coordinates there are, so
+// trajectories and dimensions are bounded too; within these bounds a run takes seconds.
 constexpr int kMaxAnnealDimension = 20;
 constexpr int kMaxStepsPerSample = 1000;
 constexpr double kMaxAnnealSteps = 5e6;
+constexpr int kMaxAnnealChains = 100000;
 
 struct AnnealInput {
     std::string function;
@@ -34,8 +36,16 @@ struct AnnealInput {
     std::optional<int> stepsPerSample;
     std::optional<double> coolingFactor;
     std::optional<double> finalTemperatureRatio;
+    std::optional<int> chains;
+    std::optional<int> freshStartInterval;
+    std::optional<int> refinementCalls;
 };
 
 AnnealInput parseAnnealInput(std::string const& text);
+
+// Rejects settings (as the run will use them, defaults filled in) whose work exceeds kMaxAnnealSteps,
+// naming the field "settings".
+void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
+                              int chains, int refinementCalls);
 
 }  // namespace ktx
