@@ -4,6 +4,7 @@
 #   make demo      run the main job on a built-in example
 #   make test      build everything and run the whole test suite
 #   make bench     build in Release and run the benchmarks
+#   make compare   build in Release and time the library next to Debian's scipy and scikit-learn
 #   make install   install into PREFIX (default /usr/local)
 #
 # Variables: BUILD (build folder), BUILD_TYPE, WERROR=ON (warnings are errors), SANITIZE=ON
@@ -19,7 +20,7 @@ PREFIX ?= /usr/local
 CMAKE_FLAGS = -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DKESTREL_WARNINGS_AS_ERRORS=$(WERROR) \
               -DKESTREL_SANITIZE=$(SANITIZE) -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 
-.PHONY: all deps configure build demo test bench install clean format
+.PHONY: all deps configure build demo test bench compare install clean format
 
 all: build
 
@@ -42,6 +43,13 @@ test: build
 bench:
 	@$(MAKE) --no-print-directory configure BUILD=build-release BUILD_TYPE=Release
 	@cmake --build build-release --parallel $(JOBS) --target bench
+
+compare:
+	@scripts/install-deps.sh python3-scipy python3-sklearn
+	@$(MAKE) --no-print-directory configure BUILD=build-release BUILD_TYPE=Release
+	@cmake --build build-release --parallel $(JOBS) --target assignment_driver sampling_peer_timing
+	@/usr/bin/python3 bench/assignment/compare_with_scipy.py build-release
+	@/usr/bin/python3 bench/sampling/compare_with_peers.py --build build-release
 
 install: build
 	@cmake --install $(BUILD)
