@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <stdexcept>
@@ -45,9 +46,9 @@ TEST(StatisticalCalculator, QuantileMatchesLiteralFormulaOnRandomData) {
         std::sort(sorted.begin(), sorted.end());
         double const h = static_cast<double>(sorted.size() - 1) * level;
         std::size_t const lo = static_cast<std::size_t>(std::floor(h));
-        double const expected = lo + 1 < sorted.size()
-                                    ? sorted[lo] + (h - static_cast<double>(lo)) * (sorted[lo + 1] - sorted[lo])
-                                    : sorted[lo];
+        double const expected = lo + 1 < sorted.size() ? sorted[lo] + (h - static_cast<double>(lo)) *
+                                                                          (sorted[lo + 1] - sorted[lo])
+                                                       : sorted[lo];
         EXPECT_EQ(loaded(data).getQuantile(level, 0), expected);
     }
 }
@@ -67,7 +68,9 @@ TEST(StatisticalCalculator, VarianceIsTwoPassPopulationVarianceForZero) {
     EXPECT_EQ(loaded(data).getVariance(1), squares / 4.0);
 }
 
-TEST(StatisticalCalculator, VarianceOfConstantDataIsZero) { EXPECT_EQ(loaded({2.5, 2.5, 2.5}).getVariance(0), 0.0); }
+TEST(StatisticalCalculator, VarianceOfConstantDataIsZero) {
+    EXPECT_EQ(loaded({2.5, 2.5, 2.5}).getVariance(0), 0.0);
+}
 
 TEST(StatisticalCalculator, MinimumAndMaximum) {
     StatisticalCalculator const calculator = loaded({3.0, -1.0, 8.0, 2.0});

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 namespace Tessel {
@@ -25,7 +26,9 @@ StatisticalCalculator::StatisticalCalculator(int count) {
 
 StatisticalCalculator::~StatisticalCalculator() = default;
 
-void StatisticalCalculator::loadDataSet(std::vector<double> const& values) { values_.assign(values.begin(), values.end()); }
+void StatisticalCalculator::loadDataSet(std::vector<double> const& values) {
+    values_.assign(values.begin(), values.end());
+}
 
 double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     requireValues(values_, "getQuantile");
@@ -66,7 +69,9 @@ double StatisticalCalculator::getMaximum() const {
     return *std::max_element(values_.begin(), values_.end());
 }
 
-int StatisticalCalculator::getNumberOfValues() const { return static_cast<int>(values_.size()); }
+int StatisticalCalculator::getNumberOfValues() const {
+    return static_cast<int>(values_.size());
+}
 
 }  // namespace Tessel
 }  // namespace Kestrel

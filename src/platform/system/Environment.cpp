@@ -12,4 +12,3 @@ std::string getEnv(std::string const& name) {
 
 }  // namespace Environment
 }  // namespace Kestrel
-

@@ -21,7 +21,7 @@ namespace Kestrel {
 namespace Tessel {
 
 class KESTREL_API StatisticalCalculator {
-public:
+  public:
     // Reserves room for `count` values (a negative count reserves nothing).
     explicit StatisticalCalculator(int count);
     virtual ~StatisticalCalculator();
@@ -52,7 +52,7 @@ public:
     // Number of loaded values.
     int getNumberOfValues() const;
 
-private:
+  private:
     std::vector<double> values_;
 };
 
