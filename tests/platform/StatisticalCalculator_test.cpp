@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <vector>
@@ -51,6 +52,26 @@ TEST(StatisticalCalculator, QuantileMatchesLiteralFormulaOnRandomData) {
                                                        : sorted[lo];
         EXPECT_EQ(loaded(data).getQuantile(level, 0), expected);
     }
+}
+
+TEST(StatisticalCalculator, QuantileSortsNaNAfterEveryNumber) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<double> data;
+    for (int i = 0; i < 100; ++i) {
+        data.push_back(i % 3 == 0 ? nan : static_cast<double>(100 - i));
+    }
+    StatisticalCalculator const calculator = loaded(data);
+    EXPECT_EQ(calculator.getQuantile(0.0, 0), 2.0);
+    EXPECT_EQ(calculator.getQuantile(0.05, 0),
+              8.0 + (4.95 - 4.0) * (9.0 - 8.0));  // numbers 2, 3, 5, 6, 8, 9, ...
+    EXPECT_TRUE(std::isnan(calculator.getQuantile(1.0, 0)));
+}
+
+TEST(StatisticalCalculator, LevelsOutsideTheUnitIntervalTakeTheNearestEnd) {
+    StatisticalCalculator const calculator = loaded({3.0, 1.0, 2.0});
+    EXPECT_EQ(calculator.getQuantile(-0.5, 0), 1.0);
+    EXPECT_EQ(calculator.getQuantile(7.0, 0), 3.0);
+    EXPECT_TRUE(std::isnan(calculator.getQuantile(std::numeric_limits<double>::quiet_NaN(), 0)));
 }
 
 TEST(StatisticalCalculator, VarianceIsTwoPassPopulationVarianceForZero) {

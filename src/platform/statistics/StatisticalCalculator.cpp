@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -9,6 +10,13 @@ namespace Kestrel {
 namespace Tessel {
 
 namespace {
+
+// Orders like operator< on numbers and puts NaN after every number, so that sorting data with NaN in it
+// stays well defined (operator< alone is no strict weak ordering then). Data without NaN is arranged exactly
+// as operator< arranges it: the comparator answers every comparison of two numbers the same way.
+bool numbersBeforeNaN(double a, double b) {
+    return a < b || (!std::isnan(a) && std::isnan(b));
+}
 
 void requireValues(std::vector<double> const& values, char const* operation) {
     if (values.empty()) {
@@ -32,9 +40,13 @@ void StatisticalCalculator::loadDataSet(std::vector<double> const& values) {
 
 double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     requireValues(values_, "getQuantile");
+    if (std::isnan(level)) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
     std::vector<double> sorted(values_);
-    std::sort(sorted.begin(), sorted.end());
-    double const h = static_cast<double>(sorted.size() - 1) * level;
+    std::sort(sorted.begin(), sorted.end(), numbersBeforeNaN);
+    double const last = static_cast<double>(sorted.size() - 1);
+    double const h = std::min(std::max(last * level, 0.0), last);
     double const floorOfH = std::floor(h);
     auto const lo = static_cast<std::size_t>(floorOfH);
     if (lo + 1 < sorted.size()) {

@@ -37,7 +37,8 @@ class KESTREL_API StatisticalCalculator {
     // The `level` quantile (level in [0, 1]) by linear interpolation between neighbouring order statistics:
     // with the values sorted ascending, h = (N - 1) * level and lo = floor(h), the result is
     // x[lo] + (h - lo) * (x[lo + 1] - x[lo]) when lo + 1 < N, else x[lo]. The second argument selects the
-    // method; 0 is this one and the only one offered. Requires at least one value.
+    // method; 0 is this one and the only one offered. Requires at least one value. NaN values sort after
+    // every number; a level outside [0, 1] is taken as the nearest end, a NaN level gives NaN.
     virtual double getQuantile(double level, int method) const;
 
     // Variance with `degreesOfFreedomCorrection` subtracted from the count in the divisor: 0 gives the
