@@ -353,4 +353,38 @@ TEST(HungarianAlgorithm, ThousandsOfIterationsRunOnA256KiBStack) {
     EXPECT_EQ(solved.cost, 171700.0);  // the reversed pairing: sum of k (n + 1 - k)
 }
 
+// A 3000 x 3000 matrix of integers 0 ... 9 is full of ties, so the Munkres steps run on it in full; they
+// must finish on a 256 KiB stack as on the default one.
+TEST(HungarianAlgorithm, ThreeThousandSquareMatrixWithTiesSolvesOnA256KiBStack) {
+    int const n = 3000;
+    std::mt19937 engine(3000);
+    std::uniform_int_distribution<int> digit(0, 9);
+    Matrix matrix(n, std::vector<double>(n));
+    for (std::vector<double>& row : matrix)
+        for (double& element : row)
+            element = digit(engine);
+
+    Solution solved{{}, 0.0};
+    auto body = [&] { solved.cost = HungarianAlgorithm().Solve(matrix, solved.assignment); };
+    runOnThreadWithStack(256 * 1024, body);
+
+    ASSERT_EQ(solved.assignment.size(), static_cast<std::size_t>(n));
+    std::vector<int> columns(solved.assignment);
+    std::sort(columns.begin(), columns.end());
+    std::vector<int> everyColumn(n);
+    std::iota(everyColumn.begin(), everyColumn.end(), 0);
+    EXPECT_EQ(columns, everyColumn);
+    double sum = 0.0;
+    double rowMinima = 0.0;
+    for (int row = 0; row < n; ++row) {
+        sum += matrix[row][solved.assignment[row]];
+        rowMinima += *std::min_element(matrix[row].begin(), matrix[row].end());
+    }
+    EXPECT_EQ(solved.cost, sum);
+    // Every row of this size holds a 0 in hundreds of columns: an optimal assignment costs (close to)
+    // nothing.
+    EXPECT_EQ(rowMinima, 0.0);
+    EXPECT_EQ(solved.cost, 0.0);
+}
+
 }  // namespace
