@@ -16,18 +16,6 @@ class CombinatorialCrossEntropyOptimization::Private {
     Objective const* objective = nullptr;
 };
 
-CombinatorialCrossEntropyOptimization::Parameters::Parameters(double smoothing, double quantile,
-                                                              double sampleFactor, int stallIterations,
-                                                              bool checkBestStall, int maxIterations,
-                                                              PopulationDynamics populationDynamics)
-    : smoothing(smoothing),
-      quantile(quantile),
-      sampleFactor(sampleFactor),
-      stallIterations(stallIterations),
-      checkBestStall(checkBestStall),
-      maxIterations(maxIterations),
-      populationDynamics(populationDynamics) {}
-
 CombinatorialCrossEntropyOptimization::CombinatorialCrossEntropyOptimization(
     int pathLength, std::vector<std::vector<double>> const& matrix, Objective const& objective, bool ordered)
     : d_(std::make_shared<Private>()) {
