@@ -37,6 +37,33 @@ AnnealingResult4HSA anneal(TestFunction4HSA const& f, std::uint32_t seed) {
     return Kestrel::annealInBox4HSA(f.objective, f.gradient, f.box, seed);
 }
 
+// The callbacks of a test function, wrapped to count every call and keep the lowest value returned.
+struct CountingCallbacks {
+    explicit CountingCallbacks(TestFunction4HSA const& f) : f(f) {}
+    CountingCallbacks(CountingCallbacks const&) = delete;
+    CountingCallbacks& operator=(CountingCallbacks const&) = delete;
+
+    TestFunction4HSA const& f;
+    std::uint64_t values = 0;
+    std::uint64_t gradients = 0;
+    double lowest = std::numeric_limits<double>::infinity();
+    Kestrel::Objective4HSA const objective = [this](std::vector<double> const& x) {
+        ++values;
+        double const v = f.objective(x);
+        lowest = std::fmin(lowest, v);
+        return v;
+    };
+    Kestrel::Gradient4HSA const gradient = [this](std::vector<double> const& x, std::vector<double>& g) {
+        ++gradients;
+        f.gradient(x, g);
+    };
+};
+
+// A driving vector of zero everywhere.
+void levelGradient(std::vector<double> const&, std::vector<double>& g) {
+    g.assign(g.size(), 0.0);
+}
+
 // ---- test functions --------------------------------------------------------------------------------
 
 TEST(TestFunctions4HSA, GradientsMatchCentralDifferences) {
@@ -195,28 +222,17 @@ TEST(AnnealInBox4HSA, ResultDoesNotDependOnTheNumberOfThreads) {
 
 TEST(AnnealInBox4HSA, CountsEveryEvaluationAndReportsTheBestValueSeen) {
     TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("himmelblau", 2);
-    std::uint64_t values = 0;
-    std::uint64_t gradients = 0;
-    double lowest = std::numeric_limits<double>::infinity();
-    Kestrel::Objective4HSA const objective = [&](std::vector<double> const& x) {
-        ++values;
-        double const v = f.objective(x);
-        lowest = std::fmin(lowest, v);
-        return v;
-    };
-    Kestrel::Gradient4HSA const gradient = [&](std::vector<double> const& x, std::vector<double>& g) {
-        ++gradients;
-        f.gradient(x, g);
-    };
+    CountingCallbacks counted(f);
     AnnealingSettings4HSA settings;
     settings.coolingFactor = 0.8;
     settings.finalTemperatureRatio = 1e-5;
     settings.chains = 1;
     settings.refinementCalls = 0;
-    AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(objective, gradient, f.box, 3u, settings);
-    EXPECT_EQ(found.objectiveEvaluations, values);
-    EXPECT_EQ(found.gradientEvaluations, gradients);
-    EXPECT_EQ(found.bestValue, lowest);
+    AnnealingResult4HSA const found =
+        Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 3u, settings);
+    EXPECT_EQ(found.objectiveEvaluations, counted.values);
+    EXPECT_EQ(found.gradientEvaluations, counted.gradients);
+    EXPECT_EQ(found.bestValue, counted.lowest);
     EXPECT_EQ(f.objective(found.bestPosition), found.bestValue);
     // One chain without refinement: warm-up, then two values per sample.
     EXPECT_EQ(found.objectiveEvaluations, 32u + 2u * found.samples);
@@ -227,26 +243,15 @@ TEST(AnnealInBox4HSA, CountsEveryEvaluationAndReportsTheBestValueSeen) {
 
 TEST(AnnealInBox4HSA, EachChainCostsItsSamplesPlusAtMostTheRefinementCalls) {
     TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("himmelblau", 2);
-    std::uint64_t values = 0;
-    std::uint64_t gradients = 0;
-    double lowest = std::numeric_limits<double>::infinity();
-    Kestrel::Objective4HSA const objective = [&](std::vector<double> const& x) {
-        ++values;
-        double const v = f.objective(x);
-        lowest = std::fmin(lowest, v);
-        return v;
-    };
-    Kestrel::Gradient4HSA const gradient = [&](std::vector<double> const& x, std::vector<double>& g) {
-        ++gradients;
-        f.gradient(x, g);
-    };
+    CountingCallbacks counted(f);
     AnnealingSettings4HSA settings;
     settings.chains = 5;
     settings.refinementCalls = 9;
-    AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(objective, gradient, f.box, 4u, settings);
-    EXPECT_EQ(found.objectiveEvaluations, values);
-    EXPECT_EQ(found.gradientEvaluations, gradients);
-    EXPECT_EQ(found.bestValue, lowest);
+    AnnealingResult4HSA const found =
+        Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 4u, settings);
+    EXPECT_EQ(found.objectiveEvaluations, counted.values);
+    EXPECT_EQ(found.gradientEvaluations, counted.gradients);
+    EXPECT_EQ(found.bestValue, counted.lowest);
     // Warm-up and two values per sample, then each chain's refinement: its start value at least, and at
     // most 9 calls.
     std::uint64_t const sampling = 32u + 2u * found.samples;
@@ -295,9 +300,7 @@ TEST(AnnealInBox4HSA, EmptyCallbacksRaiseBadFunctionCall) {
 
 TEST(AnnealInBox4HSA, ConstantObjectiveStopsEachChainAfterTwoSamples) {
     Kestrel::Objective4HSA const flat = [](std::vector<double> const&) { return 1.0; };
-    Kestrel::Gradient4HSA const level = [](std::vector<double> const&, std::vector<double>& g) {
-        g.assign(g.size(), 0.0);
-    };
+    Kestrel::Gradient4HSA const level = levelGradient;
     AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(flat, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
     // Temperature 0 from the statistics; the refinement finds no force and stops after its first value.
     EXPECT_EQ(found.samples, 2u * static_cast<std::uint64_t>(AnnealingSettings4HSA().chains));
@@ -306,9 +309,7 @@ TEST(AnnealInBox4HSA, ConstantObjectiveStopsEachChainAfterTwoSamples) {
 
 TEST(AnnealInBox4HSA, UndefinedObjectiveValuesEndTheRunQuickly) {
     Kestrel::Objective4HSA const undefined = [](std::vector<double> const&) { return std::nan(""); };
-    Kestrel::Gradient4HSA const level = [](std::vector<double> const&, std::vector<double>& g) {
-        g.assign(g.size(), 0.0);
-    };
+    Kestrel::Gradient4HSA const level = levelGradient;
     AnnealingResult4HSA const found =
         Kestrel::annealInBox4HSA(undefined, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
     // An undefined temperature stops each chain's cooling at once.

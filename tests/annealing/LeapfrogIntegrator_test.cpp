@@ -9,6 +9,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -26,6 +27,33 @@ struct ConstantField {
         calls->push_back(at);
         out = acceleration;
     }
+};
+
+// A particle in a ConstantField: its own gradient (logging every evaluation in calls), position, velocity
+// and trajectory, and an integrator over them with the given wall (null: none). Record::trajectory
+// registers the trajectory at construction.
+enum class Record { trajectory, nothing };
+
+struct ParticleInConstantField {
+    ParticleInConstantField(std::vector<double> field, std::vector<double> start, std::vector<double> speed,
+                            Collision const* collision = nullptr, Record record = Record::trajectory)
+        : gradient(ConstantField{std::move(field), &calls}),
+          position(std::move(start)),
+          velocity(std::move(speed)),
+          integrator(collision, gradient, position, velocity) {
+        if (record == Record::trajectory) {
+            integrator.registerTrajectory(&trajectory);
+        }
+    }
+    ParticleInConstantField(ParticleInConstantField const&) = delete;
+    ParticleInConstantField& operator=(ParticleInConstantField const&) = delete;
+
+    std::vector<std::vector<double>> calls;
+    Gradient const gradient;
+    std::vector<double> position;
+    std::vector<double> velocity;
+    Trajectory trajectory;
+    LeapfrogIntegrator integrator;
 };
 
 // Plain transcription of the integrator, kept as the reference the library is compared with bit for bit.
@@ -123,36 +151,24 @@ class LiteralLeapfrog {
 };
 
 TEST(LeapfrogIntegrator, StepOneDurationTwoPointTwoTakesThreeFullSteps) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(1.0, 2.2);
-    EXPECT_EQ(trajectory, (Trajectory{{1.0}, {2.0}, {3.0}}));  // overshoots 2.2 by 0.8
-    EXPECT_EQ(calls, (std::vector<std::vector<double>>{{0.0}, {1.0}, {2.0}, {3.0}}));
-    EXPECT_EQ(position, std::vector<double>{3.0});
-    EXPECT_EQ(velocity, std::vector<double>{1.0});
+    ParticleInConstantField p({0.0}, {0.0}, {1.0});
+    p.integrator.doSteps(1.0, 2.2);
+    EXPECT_EQ(p.trajectory, (Trajectory{{1.0}, {2.0}, {3.0}}));  // overshoots 2.2 by 0.8
+    EXPECT_EQ(p.calls, (std::vector<std::vector<double>>{{0.0}, {1.0}, {2.0}, {3.0}}));
+    EXPECT_EQ(p.position, std::vector<double>{3.0});
+    EXPECT_EQ(p.velocity, std::vector<double>{1.0});
 }
 
 TEST(LeapfrogIntegrator, StepOneDurationTwoPointThreeCutsTwoEqualStepsThenOneFull) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(1.0, 2.3);
+    ParticleInConstantField p({0.0}, {0.0}, {1.0});
+    p.integrator.doSteps(1.0, 2.3);
     double const first = 2.3 / 3.0;
     double const second = (2.3 - first) / 2.0;
     EXPECT_NEAR(second, first, 1e-15);
-    ASSERT_EQ(trajectory.size(), 3u);
-    EXPECT_EQ(trajectory[0][0], 0.0 + first * 1.0);
-    EXPECT_EQ(trajectory[1][0], trajectory[0][0] + second * 1.0);
-    EXPECT_EQ(trajectory[2][0], trajectory[1][0] + 1.0);
+    ASSERT_EQ(p.trajectory.size(), 3u);
+    EXPECT_EQ(p.trajectory[0][0], 0.0 + first * 1.0);
+    EXPECT_EQ(p.trajectory[1][0], p.trajectory[0][0] + second * 1.0);
+    EXPECT_EQ(p.trajectory[2][0], p.trajectory[1][0] + 1.0);
 }
 
 TEST(LeapfrogIntegrator, HalfStepVelocityAndFinalSynchronisation) {
@@ -161,25 +177,19 @@ TEST(LeapfrogIntegrator, HalfStepVelocityAndFinalSynchronisation) {
     double const x0 = 0.25;
     double const v0 = 2.0;
     double const h = 0.5;
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{g}, &calls};
-    std::vector<double> position{x0};
-    std::vector<double> velocity{v0};
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    integrator.doSteps(h, 1.0);
+    ParticleInConstantField p({g}, {x0}, {v0}, nullptr, Record::nothing);
+    p.integrator.doSteps(h, 1.0);
     double half = v0 + 0.5 * h * g;
     double x = x0 + h * half;
     half = half + h * g;
     x = x + h * half;
     half = half + h * g;
-    EXPECT_EQ(position[0], x);
-    EXPECT_EQ(velocity[0], half - 0.5 * h * g);
-    EXPECT_EQ(calls.size(), 3u);
+    EXPECT_EQ(p.position[0], x);
+    EXPECT_EQ(p.velocity[0], half - 0.5 * h * g);
+    EXPECT_EQ(p.calls.size(), 3u);
 }
 
 TEST(LeapfrogIntegrator, CollisionWithFractionOneIsAFullStepAndKeepsTheVelocityChange) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0, 0.0}, &calls};
     int collisions = 0;
     Collision const collision = [&](std::vector<double> const&, std::vector<double> const&,
                                     std::vector<double>& v, double&) {
@@ -187,37 +197,25 @@ TEST(LeapfrogIntegrator, CollisionWithFractionOneIsAFullStepAndKeepsTheVelocityC
         v[0] = 2.0 * v[0];
         return true;
     };
-    std::vector<double> position{0.0, 0.0};
-    std::vector<double> velocity{1.0, 1.0};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(&collision, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(1.0, 2.0);
+    ParticleInConstantField p({0.0, 0.0}, {0.0, 0.0}, {1.0, 1.0}, &collision);
+    p.integrator.doSteps(1.0, 2.0);
     // Step 1: half (1, 1) doubled to (2, 1) after the trial point (1, 1) was formed; step 2 continues with
     // (2, 1), whose trial point (3, 2) is taken; the velocity is then (4, 1).
     EXPECT_EQ(collisions, 2);
-    EXPECT_EQ(trajectory, (Trajectory{{1.0, 1.0}, {3.0, 2.0}}));
-    EXPECT_EQ(calls.size(), 3u);  // one restart, no further restarts
-    EXPECT_EQ(velocity, (std::vector<double>{4.0, 1.0}));
+    EXPECT_EQ(p.trajectory, (Trajectory{{1.0, 1.0}, {3.0, 2.0}}));
+    EXPECT_EQ(p.calls.size(), 3u);  // one restart, no further restarts
+    EXPECT_EQ(p.velocity, (std::vector<double>{4.0, 1.0}));
 }
 
 TEST(LeapfrogIntegrator, NullCollisionNeverCutsAStep) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1e9};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(0.25, 1.0);
-    EXPECT_EQ(trajectory.size(), 4u);
-    EXPECT_EQ(calls.size(), 5u);
-    EXPECT_EQ(position[0], 1e9);
+    ParticleInConstantField p({0.0}, {0.0}, {1e9});
+    p.integrator.doSteps(0.25, 1.0);
+    EXPECT_EQ(p.trajectory.size(), 4u);
+    EXPECT_EQ(p.calls.size(), 5u);
+    EXPECT_EQ(p.position[0], 1e9);
 }
 
 TEST(LeapfrogIntegrator, CutStepStopsAtImpactSwapsVelocityAndRestarts) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{1.0}, &calls};
     int collisions = 0;
     Collision const wall = [&](std::vector<double> const&, std::vector<double> const& end,
                                std::vector<double>& v, double& fraction) {
@@ -229,12 +227,8 @@ TEST(LeapfrogIntegrator, CutStepStopsAtImpactSwapsVelocityAndRestarts) {
         v[0] = -v[0];
         return true;
     };
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{3.5};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(&wall, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(1.0, 1.0);
+    ParticleInConstantField p({1.0}, {0.0}, {3.5}, &wall);
+    p.integrator.doSteps(1.0, 1.0);
     // Step 1: half = 3.5 + 0.5 = 4, trial 4, cut at a quarter: impact 0.25 * 4 + 0.75 * 0 = 1, velocity -4,
     // 0.75 left. The remainder 0.75 is shorter than 1.25 steps, so step 2 is a whole nominal step that
     // restarts at 1: half = -4 + 0.5, trial 1 - 3.5, overshooting the duration by 0.25.
@@ -243,65 +237,49 @@ TEST(LeapfrogIntegrator, CutStepStopsAtImpactSwapsVelocityAndRestarts) {
     double half = -4.0 + 0.5 * dt * 1.0;
     double const x = impact + dt * half;
     half = half + dt * 1.0;
-    ASSERT_EQ(trajectory.size(), 2u);
-    EXPECT_EQ(trajectory[0][0], impact);
-    EXPECT_EQ(trajectory[1][0], x);
-    EXPECT_EQ(calls, (std::vector<std::vector<double>>{{0.0}, {impact}, {x}}));
-    EXPECT_EQ(velocity[0], half - 0.5 * dt * 1.0);
+    ASSERT_EQ(p.trajectory.size(), 2u);
+    EXPECT_EQ(p.trajectory[0][0], impact);
+    EXPECT_EQ(p.trajectory[1][0], x);
+    EXPECT_EQ(p.calls, (std::vector<std::vector<double>>{{0.0}, {impact}, {x}}));
+    EXPECT_EQ(p.velocity[0], half - 0.5 * dt * 1.0);
     EXPECT_EQ(collisions, 2);
 }
 
 TEST(LeapfrogIntegrator, RunEndingOnACutStepSynchronisesTheSwappedHalfStepArray) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{2.0}, &calls};
     Collision const wall = [](std::vector<double> const&, std::vector<double> const&, std::vector<double>& v,
                               double& fraction) {
         fraction = 0.5;
         v[0] = -v[0];
         return true;
     };
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    LeapfrogIntegrator integrator(&wall, gradient, position, velocity);
-    integrator.doSteps(1.0, 0.2);  // one nominal step, cut after half of it: 0.2 - 0.5 < 0 ends the run
+    ParticleInConstantField p({2.0}, {0.0}, {1.0}, &wall, Record::nothing);
+    p.integrator.doSteps(1.0, 0.2);  // one nominal step, cut after half of it: 0.2 - 0.5 < 0 ends the run
     // After the exchange the half-step array holds the former velocity 1; acceleration 2 from the restart.
-    EXPECT_EQ(velocity[0], 1.0 - 0.5 * 1.0 * 2.0);
-    EXPECT_EQ(position[0], 0.5 * (0.0 + 1.0 * (1.0 + 0.5 * 1.0 * 2.0)) + (1.0 - 0.5) * 0.0);
-    EXPECT_EQ(calls.size(), 1u);
+    EXPECT_EQ(p.velocity[0], 1.0 - 0.5 * 1.0 * 2.0);
+    EXPECT_EQ(p.position[0], 0.5 * (0.0 + 1.0 * (1.0 + 0.5 * 1.0 * 2.0)) + (1.0 - 0.5) * 0.0);
+    EXPECT_EQ(p.calls.size(), 1u);
 }
 
 TEST(LeapfrogIntegrator, NonPositiveDurationDoesNothing) {
     for (double const T : {0.0, -1.0, -0.0, std::numeric_limits<double>::quiet_NaN()}) {
-        std::vector<std::vector<double>> calls;
-        Gradient const gradient = ConstantField{{5.0}, &calls};
-        std::vector<double> position{1.0};
-        std::vector<double> velocity{2.0};
-        Trajectory trajectory;
-        LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-        integrator.registerTrajectory(&trajectory);
-        integrator.doSteps(0.1, T);
-        EXPECT_TRUE(calls.empty());
-        EXPECT_TRUE(trajectory.empty());
-        EXPECT_EQ(position, std::vector<double>{1.0});
-        EXPECT_EQ(velocity, std::vector<double>{2.0});
+        ParticleInConstantField p({5.0}, {1.0}, {2.0});
+        p.integrator.doSteps(0.1, T);
+        EXPECT_TRUE(p.calls.empty());
+        EXPECT_TRUE(p.trajectory.empty());
+        EXPECT_EQ(p.position, std::vector<double>{1.0});
+        EXPECT_EQ(p.velocity, std::vector<double>{2.0});
     }
 }
 
 TEST(LeapfrogIntegrator, NonPositiveStepOrInfiniteDurationIsRejected) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{5.0}, &calls};
-    std::vector<double> position{1.0};
-    std::vector<double> velocity{2.0};
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    EXPECT_THROW(integrator.doSteps(0.0, 1.0), std::invalid_argument);
-    EXPECT_THROW(integrator.doSteps(-0.5, 1.0), std::invalid_argument);
-    EXPECT_THROW(integrator.doSteps(0.1, std::numeric_limits<double>::infinity()), std::invalid_argument);
-    EXPECT_TRUE(calls.empty());
+    ParticleInConstantField p({5.0}, {1.0}, {2.0}, nullptr, Record::nothing);
+    EXPECT_THROW(p.integrator.doSteps(0.0, 1.0), std::invalid_argument);
+    EXPECT_THROW(p.integrator.doSteps(-0.5, 1.0), std::invalid_argument);
+    EXPECT_THROW(p.integrator.doSteps(0.1, std::numeric_limits<double>::infinity()), std::invalid_argument);
+    EXPECT_TRUE(p.calls.empty());
 }
 
 TEST(LeapfrogIntegrator, CollisionWithoutProgressStopsAfterAThousandCutSteps) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
     int collisions = 0;
     Collision const stuck = [&](std::vector<double> const&, std::vector<double> const&,
                                 std::vector<double>& v, double& fraction) {
@@ -310,27 +288,21 @@ TEST(LeapfrogIntegrator, CollisionWithoutProgressStopsAfterAThousandCutSteps) {
         v[0] = -v[0];
         return true;
     };
-    std::vector<double> position{0.5};
-    std::vector<double> velocity{1.0};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(&stuck, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
+    ParticleInConstantField p({0.0}, {0.5}, {1.0}, &stuck);
     try {
-        integrator.doSteps(0.1, 1.0);
+        p.integrator.doSteps(0.1, 1.0);
         FAIL() << "no exception";
     } catch (std::runtime_error const& error) {
         EXPECT_NE(std::string(error.what()).find("collision test makes no progress"), std::string::npos);
     }
     EXPECT_EQ(collisions, 1000);
-    EXPECT_EQ(calls.size(), 1000u);
-    EXPECT_EQ(trajectory.size(), 1000u);
-    EXPECT_EQ(position, std::vector<double>{0.5});
-    EXPECT_EQ(velocity, std::vector<double>{1.0});  // reflected an even number of times
+    EXPECT_EQ(p.calls.size(), 1000u);
+    EXPECT_EQ(p.trajectory.size(), 1000u);
+    EXPECT_EQ(p.position, std::vector<double>{0.5});
+    EXPECT_EQ(p.velocity, std::vector<double>{1.0});  // reflected an even number of times
 }
 
 TEST(LeapfrogIntegrator, CollisionThatStallsFewerThanAThousandTimesFinishes) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
     int collisions = 0;
     Collision const sticky = [&](std::vector<double> const&, std::vector<double> const&, std::vector<double>&,
                                  double& fraction) {
@@ -341,11 +313,9 @@ TEST(LeapfrogIntegrator, CollisionThatStallsFewerThanAThousandTimesFinishes) {
         fraction = 0.0;
         return true;
     };
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    LeapfrogIntegrator integrator(&sticky, gradient, position, velocity);
-    EXPECT_NO_THROW(integrator.doSteps(0.5, 1.0));
-    EXPECT_EQ(position, std::vector<double>{1.0});
+    ParticleInConstantField p({0.0}, {0.0}, {1.0}, &sticky, Record::nothing);
+    EXPECT_NO_THROW(p.integrator.doSteps(0.5, 1.0));
+    EXPECT_EQ(p.position, std::vector<double>{1.0});
 }
 
 TEST(LeapfrogIntegrator, EmptyGradientRaisesBadFunctionCall) {
@@ -364,36 +334,24 @@ TEST(LeapfrogIntegrator, EmptyGradientRaisesBadFunctionCall) {
 }
 
 TEST(LeapfrogIntegrator, EmptyCollisionRaisesBadFunctionCall) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
     Collision const empty;
-    std::vector<double> position{1.0};
-    std::vector<double> velocity{2.0};
-    LeapfrogIntegrator integrator(&empty, gradient, position, velocity);
-    EXPECT_THROW(integrator.doSteps(0.1, 1.0), boost::bad_function_call);
-    EXPECT_EQ(calls.size(), 1u);
-    EXPECT_EQ(position, std::vector<double>{1.0});
-    EXPECT_EQ(velocity, std::vector<double>{2.0});
+    ParticleInConstantField p({0.0}, {1.0}, {2.0}, &empty, Record::nothing);
+    EXPECT_THROW(p.integrator.doSteps(0.1, 1.0), boost::bad_function_call);
+    EXPECT_EQ(p.calls.size(), 1u);
+    EXPECT_EQ(p.position, std::vector<double>{1.0});
+    EXPECT_EQ(p.velocity, std::vector<double>{2.0});
 }
 
 TEST(LeapfrogIntegrator, NullTrajectorySwitchesRecordingOff) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    Trajectory trajectory;
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    integrator.registerTrajectory(&trajectory);
-    integrator.doSteps(1.0, 1.0);
-    integrator.registerTrajectory(nullptr);
-    integrator.doSteps(1.0, 1.0);
-    EXPECT_EQ(trajectory, Trajectory{{1.0}});
-    EXPECT_EQ(position, std::vector<double>{2.0});
+    ParticleInConstantField p({0.0}, {0.0}, {1.0});
+    p.integrator.doSteps(1.0, 1.0);
+    p.integrator.registerTrajectory(nullptr);
+    p.integrator.doSteps(1.0, 1.0);
+    EXPECT_EQ(p.trajectory, Trajectory{{1.0}});
+    EXPECT_EQ(p.position, std::vector<double>{2.0});
 }
 
 TEST(LeapfrogIntegrator, VeryLongDurationIsCutIntoStepsNoLongerThanTheNominalStep) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
     int collisions = 0;
     double firstStep = 0.0;
     // Reports the length of the first step and ends the run there.
@@ -406,11 +364,9 @@ TEST(LeapfrogIntegrator, VeryLongDurationIsCutIntoStepsNoLongerThanTheNominalSte
         }
         return false;
     };
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    LeapfrogIntegrator integrator(&probe, gradient, position, velocity);
+    ParticleInConstantField p({0.0}, {0.0}, {1.0}, &probe, Record::nothing);
     double const T = 1e12 + 0.5;  // 1e12 whole steps and a half left over: T / (1e12 + 1) each
-    EXPECT_THROW(integrator.doSteps(1.0, T), std::range_error);
+    EXPECT_THROW(p.integrator.doSteps(1.0, T), std::range_error);
     EXPECT_EQ(collisions, 1);
     EXPECT_LT(firstStep, 1.0);
     EXPECT_EQ(firstStep, T / (1e12 + 1.0));
@@ -480,16 +436,12 @@ TEST(LeapfrogIntegrator, MatchesLiteralTwinOnRandomFieldsAndWalls) {
 }
 
 TEST(LeapfrogIntegrator, CopiesWorkOnTheSameCallerArrays) {
-    std::vector<std::vector<double>> calls;
-    Gradient const gradient = ConstantField{{0.0}, &calls};
-    std::vector<double> position{0.0};
-    std::vector<double> velocity{1.0};
-    LeapfrogIntegrator integrator(nullptr, gradient, position, velocity);
-    LeapfrogIntegrator copy(integrator);
+    ParticleInConstantField p({0.0}, {0.0}, {1.0}, nullptr, Record::nothing);
+    LeapfrogIntegrator copy(p.integrator);
     copy.doSteps(1.0, 1.0);
-    integrator = copy;
-    integrator.doSteps(1.0, 1.0);
-    EXPECT_EQ(position, std::vector<double>{2.0});
+    p.integrator = copy;
+    p.integrator.doSteps(1.0, 1.0);
+    EXPECT_EQ(p.position, std::vector<double>{2.0});
 }
 
 }  // namespace
