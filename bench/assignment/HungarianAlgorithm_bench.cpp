@@ -72,19 +72,12 @@ void BM_SolveIntegers0To9(benchmark::State& state) {
     solve(state, true);
 }
 
-BENCHMARK(BM_SolveUniform)
-    ->Args({100, 100})
-    ->Args({500, 500})
-    ->Args({1000, 1000})
-    ->Args({500, 1000})
-    ->Args({1000, 500})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SolveIntegers0To9)
-    ->Args({100, 100})
-    ->Args({500, 500})
-    ->Args({1000, 1000})
-    ->Args({500, 1000})
-    ->Args({1000, 500})
-    ->Unit(benchmark::kMillisecond);
+// The shapes (rows, columns) every benchmark solves: square, wide and tall.
+void shapes(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Args({100, 100})->Args({500, 500})->Args({1000, 1000})->Args({500, 1000})->Args({1000, 500});
+}
+
+BENCHMARK(BM_SolveUniform)->Apply(shapes)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SolveIntegers0To9)->Apply(shapes)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "BruteForceAssignments.h"
 #include "HungarianAlgorithmInternals.h"
 #include "MunkresStepsTwin.h"
 
@@ -45,25 +46,6 @@ class CerrCapture {
     std::ostringstream captured_;
     std::streambuf* previous_;
 };
-
-// Smallest total cost over every way of assigning min(rows, columns) pairs, by enumeration.
-double bruteForceOptimum(Matrix const& matrix) {
-    int const nRows = static_cast<int>(matrix.size());
-    int const nCols = static_cast<int>(matrix.front().size());
-    bool const wide = nRows <= nCols;
-    int const shortSide = wide ? nRows : nCols;
-    int const longSide = wide ? nCols : nRows;
-    std::vector<int> order(longSide);
-    std::iota(order.begin(), order.end(), 0);
-    double best = std::numeric_limits<double>::infinity();
-    do {
-        double total = 0.0;
-        for (int k = 0; k < shortSide; ++k)
-            total += wide ? matrix[k][order[k]] : matrix[order[k]][k];
-        best = std::min(best, total);
-    } while (std::next_permutation(order.begin(), order.end()));
-    return best;
-}
 
 Matrix randomMatrix(std::mt19937& engine, int nRows, int nCols, bool integers, int maxInteger) {
     std::uniform_real_distribution<double> real(0.0, 1.0);
@@ -252,7 +234,7 @@ TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMun
                 twin::Result const expected = twin::solveByMunkresSteps(matrix);
                 ASSERT_EQ(solution.assignment, expected.assignment) << nRows << "x" << nCols << " #" << code;
                 ASSERT_EQ(solution.cost, expected.cost);
-                ASSERT_EQ(solution.cost, bruteForceOptimum(matrix));
+                ASSERT_EQ(solution.cost, bruteforce::optimum(matrix));
             }
         }
 }
@@ -269,7 +251,7 @@ TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheMunkresSteps) 
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
         ASSERT_TRUE(isValidAssignment(solution.assignment, nRows, nCols));
-        double const optimum = bruteForceOptimum(matrix);
+        double const optimum = bruteforce::optimum(matrix);
         if (integers)
             ASSERT_EQ(solution.cost, optimum) << "trial " << trial;
         else

@@ -1,5 +1,6 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "BruteForceAssignments.h"
 #include "HungarianAlgorithmInternals.h"
 #include "MatrixCheck.h"
 #include "ShortestAugmentingPath.h"
@@ -7,11 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <numeric>
 #include <optional>
 #include <random>
 #include <vector>
@@ -31,43 +30,23 @@ UniqueOptimumOutcome outcomeFor(Matrix const& matrix, std::vector<int>& assignme
     return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data());
 }
 
-// Costs of every way of assigning min(rows, columns) pairs, sorted ascending, with the optimal assignment.
-struct Enumeration {
-    std::vector<double> costs;
-    std::vector<int> best;
-};
-
-Enumeration enumerate(Matrix const& matrix) {
-    int const nRows = static_cast<int>(matrix.size());
-    int const nCols = static_cast<int>(matrix.front().size());
-    bool const wide = nRows <= nCols;
-    int const shortSide = wide ? nRows : nCols;
-    int const longSide = wide ? nCols : nRows;
-    std::vector<int> order(longSide);
-    std::iota(order.begin(), order.end(), 0);
-    Enumeration result;
-    double bestCost = 0.0;
-    do {
-        // Permutations that differ only beyond the short side give the same assignment: count it once.
-        if (!std::is_sorted(order.begin() + shortSide, order.end()))
-            continue;
-        double total = 0.0;
-        for (int k = 0; k < shortSide; ++k)
-            total += wide ? matrix[k][order[k]] : matrix[order[k]][k];
-        if (result.costs.empty() || total < bestCost) {
-            bestCost = total;
-            result.best.assign(nRows, -1);
-            for (int k = 0; k < shortSide; ++k)
-                result.best[wide ? k : order[k]] = wide ? order[k] : k;
-        }
-        result.costs.push_back(total);
-    } while (std::next_permutation(order.begin(), order.end()));
-    std::sort(result.costs.begin(), result.costs.end());
-    return result;
-}
-
 bool sameBits(double a, double b) {
     return std::memcmp(&a, &b, sizeof(double)) == 0;
+}
+
+// What Solve returns and what the Munkres steps alone return for the same matrix, solved in that order.
+struct BothRoutes {
+    std::vector<int> assignment;
+    double cost = 0.0;
+    std::vector<int> stepsAssignment;
+    double stepsCost = 0.0;
+};
+
+BothRoutes solveBothWays(Matrix& matrix) {
+    BothRoutes result;
+    result.cost = HungarianAlgorithm().Solve(matrix, result.assignment);
+    result.stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, result.stepsAssignment);
+    return result;
 }
 
 Matrix uniformMatrix(std::mt19937& engine, int nRows, int nCols) {
@@ -110,7 +89,7 @@ TEST(UniqueOptimumSolver, ShortestAugmentingPathsFindTheOptimumWithFeasibleDuals
                 EXPECT_EQ(solution.columnDual[col], 0.0);
             }
         }
-        EXPECT_NEAR(cost, enumerate(matrix).costs.front(), 1e-12) << "trial " << trial;
+        EXPECT_NEAR(cost, bruteforce::optimum(matrix), 1e-12) << "trial " << trial;
     }
 }
 
@@ -132,14 +111,11 @@ TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheMunkresStepsReturnOnRandomMatric
         UniqueOptimumOutcome const outcome = outcomeFor(matrix, fastAssignment);
         if (outcome == UniqueOptimumOutcome::Proved && trial % 4 != 1)
             ++proved;
-        std::vector<int> assignment;
-        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-        std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
-        ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
-        ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
+        BothRoutes const both = solveBothWays(matrix);
+        ASSERT_EQ(both.assignment, both.stepsAssignment) << "trial " << trial;
+        ASSERT_TRUE(sameBits(both.cost, both.stepsCost)) << "trial " << trial;
         if (outcome == UniqueOptimumOutcome::Proved) {
-            ASSERT_EQ(fastAssignment, stepsAssignment) << "trial " << trial;
+            ASSERT_EQ(fastAssignment, both.stepsAssignment) << "trial " << trial;
         }
     }
     EXPECT_GE(proved, trials * 3 / 4 * 95 / 100)
@@ -153,13 +129,10 @@ TEST(UniqueOptimumSolver, ProvedOptimumIsWhatTheMunkresStepsReturnOnLargerMatric
         Matrix matrix = uniformMatrix(engine, shape[0], shape[1]);
         std::vector<int> fastAssignment;
         ASSERT_EQ(outcomeFor(matrix, fastAssignment), UniqueOptimumOutcome::Proved);
-        std::vector<int> assignment;
-        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-        std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
-        EXPECT_EQ(fastAssignment, stepsAssignment);
-        EXPECT_EQ(assignment, stepsAssignment);
-        EXPECT_TRUE(sameBits(cost, stepsCost));
+        BothRoutes const both = solveBothWays(matrix);
+        EXPECT_EQ(fastAssignment, both.stepsAssignment);
+        EXPECT_EQ(both.assignment, both.stepsAssignment);
+        EXPECT_TRUE(sameBits(both.cost, both.stepsCost));
     }
 }
 
@@ -178,7 +151,7 @@ TEST(UniqueOptimumSolver, OnlyUniqueOptimaAreProved) {
                 element = static_cast<double>(engine() % levels) * 0.125;
         std::vector<int> fastAssignment;
         UniqueOptimumOutcome const outcome = outcomeFor(matrix, fastAssignment);
-        Enumeration const all = enumerate(matrix);
+        bruteforce::Enumeration const all = bruteforce::enumerate(matrix);
         bool const unique = all.costs.size() == 1 || all.costs[0] < all.costs[1];
         if (outcome == UniqueOptimumOutcome::Proved) {
             ++proved;
@@ -266,12 +239,9 @@ TEST(UniqueOptimumSolver, TieHeavyIntegerMatricesMostlyTakeTheMunkresStepsAndMat
         std::vector<int> fastAssignment;
         if (outcomeFor(matrix, fastAssignment) != UniqueOptimumOutcome::Proved)
             ++steps;
-        std::vector<int> assignment;
-        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-        std::vector<int> stepsAssignment;
-        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
-        ASSERT_EQ(assignment, stepsAssignment) << "trial " << trial;
-        ASSERT_TRUE(sameBits(cost, stepsCost)) << "trial " << trial;
+        BothRoutes const both = solveBothWays(matrix);
+        ASSERT_EQ(both.assignment, both.stepsAssignment) << "trial " << trial;
+        ASSERT_TRUE(sameBits(both.cost, both.stepsCost)) << "trial " << trial;
     }
     EXPECT_GE(steps, 18);
 }
@@ -291,13 +261,9 @@ TEST(UniqueOptimumSolver, NearRepeatedRowsGiveTheMunkresStepsResultAtEveryDistan
             matrix[copyTo] = matrix[copyFrom];
             for (double& element : matrix[copyTo])
                 element += std::ldexp(static_cast<double>(engine() % 1000) / 1000.0, -3 * exponent / 2 - 10);
-            std::vector<int> assignment;
-            double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-            std::vector<int> stepsAssignment;
-            double const stepsCost =
-                HungarianAlgorithmInternals::solveByMunkresSteps(matrix, stepsAssignment);
-            ASSERT_EQ(assignment, stepsAssignment) << "exponent " << exponent << " trial " << trial;
-            ASSERT_TRUE(sameBits(cost, stepsCost)) << "exponent " << exponent << " trial " << trial;
+            BothRoutes const both = solveBothWays(matrix);
+            ASSERT_EQ(both.assignment, both.stepsAssignment) << "exponent " << exponent << " trial " << trial;
+            ASSERT_TRUE(sameBits(both.cost, both.stepsCost)) << "exponent " << exponent << " trial " << trial;
         }
     }
 }
