@@ -53,7 +53,7 @@ void MasterOptimizer4Interpolation::calculateOptimalMasterIndices(int numberOfMa
     }
     int const masters = std::min(numberOfMasters, n);
 
-    std::vector<std::vector<double>> const matrix = buildMasterTransitionMatrix(minMaxData.size());
+    std::vector<std::vector<double>> const matrix = masters::buildMasterTransitionMatrix(minMaxData.size());
     Optimiser::Objective const objective = [this](std::vector<int> const& choice) {
         return masterChoiceEvaluator(choice);
     };

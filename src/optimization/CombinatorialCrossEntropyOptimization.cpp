@@ -66,7 +66,8 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
         d_->exclusionLists.clear();
         return;
     }
-    d_->exclusionLists = detail::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
+    d_->exclusionLists =
+        optimization::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
 }
 
 std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
@@ -88,17 +89,17 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<std::vector<int>> bestSelectionHistory;
     std::vector<std::vector<int>> selections;
     std::vector<double> scores;
-    detail::EliteTransitionCounts eliteCounts;
+    optimization::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
     // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
-    auto const draws = std::make_shared<UniformStream>(kSeed);
+    auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
 
     for (int iteration = 1;;) {
-        HamiltonianPathMCGenerator generator(state.probabilities, draws);
-        std::int64_t const entropy = detail::entropyCount(state.probabilities);
-        detail::Population const population =
-            detail::populationSize(parameters.sampleFactor, basePopulation,
-                                   isStaticPopulation(parameters.populationDynamics), rows, entropy);
+        optimization::HamiltonianPathMCGenerator generator(state.probabilities, draws);
+        std::int64_t const entropy = optimization::entropyCount(state.probabilities);
+        optimization::Population const population =
+            optimization::populationSize(parameters.sampleFactor, basePopulation,
+                                         isStaticPopulation(parameters.populationDynamics), rows, entropy);
         if (population.size <= 0) {
             return noResult;
         }
@@ -141,14 +142,15 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
 
         thresholdHistory.push_back(threshold);
-        bool converged = detail::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
+        bool converged =
+            optimization::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
 
-        std::size_t const best = detail::firstSmallest(scores);
+        std::size_t const best = optimization::firstSmallest(scores);
         bestSelectionHistory.push_back(selections[best]);
         bestScoreHistory.push_back(scores[best]);
         lastMinimum = scores[best];
         if (parameters.checkBestStall) {
-            converged = converged || detail::stalled(bestScoreHistory, parameters.stallIterations);
+            converged = converged || optimization::stalled(bestScoreHistory, parameters.stallIterations);
         }
 
         ++iteration;
@@ -157,7 +159,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
     }
 
-    result = bestSelectionHistory[detail::firstSmallest(bestScoreHistory)];
+    result = bestSelectionHistory[optimization::firstSmallest(bestScoreHistory)];
     return lastMinimum;
 }
 

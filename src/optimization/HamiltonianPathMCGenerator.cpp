@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 namespace {
 
@@ -228,4 +228,4 @@ void HamiltonianPathMCGenerator::generatePathsWithExclusions(
     d_->generate(numberOfPaths, paths, pathLength, &exclusionLists);
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

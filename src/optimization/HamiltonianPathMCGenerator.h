@@ -28,7 +28,7 @@
 #include <memory>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 class HamiltonianPathMCGenerator {
   public:
@@ -52,4 +52,4 @@ class HamiltonianPathMCGenerator {
     std::shared_ptr<Private> d_;
 };
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization
