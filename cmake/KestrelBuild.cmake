@@ -17,12 +17,14 @@ endif()
 # PLATFORM names the imported platform libraries the family calls: StatisticalServices, Math, System.
 # Compiles one class family as an object library `kestrel_<NAME>` and links its objects into the exported
 # shared library. Tests link the object library directly so that internal classes can be tested too.
+# Every family sees the internal helpers shared by all families in src/common.
 function(kestrel_add_family name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PLATFORM" ${ARGN})
     set(target kestrel_${name})
     add_library(${target} OBJECT ${ARG_SOURCES})
     target_include_directories(${target} PUBLIC
         ${PROJECT_SOURCE_DIR}/include
+        ${PROJECT_SOURCE_DIR}/src/common
         ${CMAKE_CURRENT_SOURCE_DIR})
     list(TRANSFORM ARG_PLATFORM PREPEND KTXService_ OUTPUT_VARIABLE platform)
     target_link_libraries(${target} PUBLIC Boost::headers OpenMP::OpenMP_CXX kestrel_build_settings ${platform})
