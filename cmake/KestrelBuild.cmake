@@ -7,6 +7,11 @@ add_library(kestrel_build_settings INTERFACE)
 target_compile_options(kestrel_build_settings INTERFACE
     -ffp-contract=off -Wall -Wextra -Wpedantic
     $<$<BOOL:${KESTREL_WARNINGS_AS_ERRORS}>:-Werror>)
+# KESTREL_PORTABLE turns off every fast path that uses processor-specific instructions (see
+# src/common/InstructionSets.h), so that the portable code is built and tested on this processor too.
+if(KESTREL_PORTABLE)
+    target_compile_definitions(kestrel_build_settings INTERFACE KESTREL_PORTABLE)
+endif()
 if(KESTREL_SANITIZE)
     target_compile_options(kestrel_build_settings INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
