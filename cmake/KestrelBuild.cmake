@@ -19,6 +19,8 @@ if(KESTREL_SANITIZE)
 endif()
 
 # kestrel_add_family(NAME SOURCES file... [DEPENDS family...] [PLATFORM library...])
+# DEPENDS names the families whose classes this one uses; it reaches them through their public headers
+# only, and programs that link this family's objects get theirs too (see kestrel_family_closure).
 # PLATFORM names the imported platform libraries the family calls: StatisticalServices, Math, System.
 # Compiles one class family as an object library `kestrel_<NAME>` and links its objects into the exported
 # shared library. Tests link the object library directly so that internal classes can be tested too.
@@ -33,10 +35,6 @@ function(kestrel_add_family name)
         ${CMAKE_CURRENT_SOURCE_DIR})
     list(TRANSFORM ARG_PLATFORM PREPEND KTXService_ OUTPUT_VARIABLE platform)
     target_link_libraries(${target} PUBLIC Boost::headers OpenMP::OpenMP_CXX kestrel_build_settings ${platform})
-    foreach(dependency IN LISTS ARG_DEPENDS)
-        target_include_directories(${target} PUBLIC
-            $<TARGET_PROPERTY:kestrel_${dependency},INTERFACE_INCLUDE_DIRECTORIES>)
-    endforeach()
     set_target_properties(${target} PROPERTIES KESTREL_DEPENDS "${ARG_DEPENDS}")
     target_sources(KTXService_InformationTheory PRIVATE $<TARGET_OBJECTS:${target}>)
     if(platform)
