@@ -1,8 +1,9 @@
-#include "AssignInput.h"
+#include "input/AssignInput.h"
 
-#include "Csv.h"
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/Csv.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
+#include "output/NumberFormat.h"
 
 namespace ktx {
 

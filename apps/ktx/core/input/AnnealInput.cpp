@@ -1,8 +1,8 @@
-#include "AnnealInput.h"
+#include "input/AnnealInput.h"
 
-#include "Csv.h"
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
+#include "output/NumberFormat.h"
 
 #include <cmath>
 

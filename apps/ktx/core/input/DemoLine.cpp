@@ -1,4 +1,4 @@
-#include "DemoLine.h"
+#include "input/DemoLine.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
-#include "Sample2dInput.h"
+#include "input/Sample2dInput.h"
 
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
 
 namespace ktx {
 

@@ -1,6 +1,6 @@
-#include "OutputFiles.h"
+#include "output/OutputFiles.h"
 
-#include "InputError.h"
+#include "input/InputError.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "InputError.h"
+#include "input/InputError.h"
 
 #include <cctype>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "Csv.h"
-#include "GroupReport.h"
-#include "Pictures.h"
-#include "Svg.h"
+#include "output/GroupReport.h"
+#include "output/NumberFormat.h"
+#include "pictures/Pictures.h"
+#include "pictures/Svg.h"
 
 #include <algorithm>
 #include <cmath>

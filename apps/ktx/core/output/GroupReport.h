@@ -2,7 +2,7 @@
 // the values as given.
 #pragma once
 
-#include "GroupInput.h"
+#include "input/Dispersion.h"
 
 #include <vector>
 
@@ -17,8 +17,11 @@ struct GroupSummary {
 };
 
 // Group k runs from starts[k] to starts[k + 1]; the last group ends at the line's end (open line) or wraps
-// round to starts[0] (closed line). `starts` ascending within 0 ... n - 1.
-std::vector<GroupSummary> summariseGroups(GroupInput const& input, std::vector<int> const& starts);
+// round to starts[0] (closed line). Requires `values` and `lengths` of one size n (one entry per segment)
+// and `starts` ascending within 0 ... n - 1. Each group's dispersion is measured by `measure`.
+std::vector<GroupSummary> summariseGroups(std::vector<double> const& values,
+                                          std::vector<double> const& lengths, bool closed, Dispersion measure,
+                                          std::vector<int> const& starts);
 
 // The group index of every segment (-1 for segments in no group, which only an empty grouping leaves).
 std::vector<int> groupOfSegments(std::vector<int> const& starts, int segments, bool closed);

@@ -1,7 +1,7 @@
-#include "LhsInput.h"
+#include "input/LhsInput.h"
 
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
 
 namespace ktx {
 

@@ -1,6 +1,6 @@
-#include "JsonInput.h"
+#include "input/JsonInput.h"
 
-#include "InputError.h"
+#include "input/InputError.h"
 
 #include <cmath>
 #include <limits>

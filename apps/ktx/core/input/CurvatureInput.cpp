@@ -1,7 +1,7 @@
-#include "CurvatureInput.h"
+#include "input/CurvatureInput.h"
 
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
 
 namespace ktx {
 

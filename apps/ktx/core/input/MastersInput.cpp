@@ -1,8 +1,8 @@
-#include "MastersInput.h"
+#include "input/MastersInput.h"
 
-#include "Csv.h"
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
+#include "output/NumberFormat.h"
 
 namespace ktx {
 

@@ -1,6 +1,6 @@
-#include "Csv.h"
-#include "Pictures.h"
-#include "Svg.h"
+#include "output/NumberFormat.h"
+#include "pictures/Pictures.h"
+#include "pictures/Svg.h"
 
 #include <algorithm>
 #include <cmath>

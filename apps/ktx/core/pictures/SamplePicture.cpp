@@ -1,5 +1,5 @@
-#include "Pictures.h"
-#include "Svg.h"
+#include "pictures/Pictures.h"
+#include "pictures/Svg.h"
 
 namespace ktx {
 

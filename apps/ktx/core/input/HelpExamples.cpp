@@ -1,4 +1,4 @@
-#include "HelpExamples.h"
+#include "input/HelpExamples.h"
 
 namespace ktx::examples {
 

@@ -1,4 +1,4 @@
-#include "GroupReport.h"
+#include "output/GroupReport.h"
 
 #include <algorithm>
 
@@ -46,21 +46,23 @@ double dispersionOf(std::vector<double> const& values, Dispersion measure) {
 
 }  // namespace
 
-std::vector<GroupSummary> summariseGroups(GroupInput const& input, std::vector<int> const& starts) {
-    int const n = static_cast<int>(input.values.size());
+std::vector<GroupSummary> summariseGroups(std::vector<double> const& values,
+                                          std::vector<double> const& lengths, bool closed, Dispersion measure,
+                                          std::vector<int> const& starts) {
+    int const n = static_cast<int>(values.size());
     int const count = static_cast<int>(starts.size());
     std::vector<GroupSummary> groups;
     for (int k = 0; k < count; ++k) {
         GroupSummary group;
         group.start = starts[k];
-        group.end = k + 1 < count ? starts[k + 1] : (input.closed ? starts[0] : n);
-        std::vector<double> values;
+        group.end = k + 1 < count ? starts[k + 1] : (closed ? starts[0] : n);
+        std::vector<double> members;
         for (int const i : segmentsOfGroup(group.start, group.end, n)) {
-            values.push_back(input.values[i]);
-            group.length += input.lengths[i];
+            members.push_back(values[i]);
+            group.length += lengths[i];
         }
-        group.segments = static_cast<int>(values.size());
-        group.dispersion = dispersionOf(values, input.measure);
+        group.segments = static_cast<int>(members.size());
+        group.dispersion = dispersionOf(members, measure);
         groups.push_back(group);
     }
     return groups;

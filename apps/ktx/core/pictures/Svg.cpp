@@ -1,4 +1,4 @@
-#include "Svg.h"
+#include "pictures/Svg.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
-#include "GroupInput.h"
+#include "input/GroupInput.h"
 
-#include "JsonInput.h"
-#include "Validation.h"
+#include "input/JsonInput.h"
+#include "input/Validation.h"
 
 namespace ktx {
 
@@ -26,10 +26,6 @@ GroupInput parseGroupInput(std::string const& text) {
     requireSameCount(input.lengths.size(), "lengths", input.values.size(), "values");
     requirePositive(input.lengths, "lengths");
     return input;
-}
-
-char const* dispersionName(Dispersion measure) {
-    return measure == Dispersion::MinMax ? "minmax" : "variance";
 }
 
 }  // namespace ktx

@@ -1,7 +1,7 @@
-#include "Validation.h"
+#include "input/Validation.h"
 
-#include "Csv.h"
-#include "JsonInput.h"
+#include "input/JsonInput.h"
+#include "output/NumberFormat.h"
 
 namespace ktx {
 

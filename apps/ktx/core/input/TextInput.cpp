@@ -1,6 +1,6 @@
-#include "TextInput.h"
+#include "input/TextInput.h"
 
-#include "InputError.h"
+#include "input/InputError.h"
 
 #include <sys/stat.h>
 #include <cerrno>

@@ -5,12 +5,12 @@
 // "closed" defaults to false, "measure" ("minmax" or "variance") to "minmax".
 #pragma once
 
+#include "input/Dispersion.h"
+
 #include <string>
 #include <vector>
 
 namespace ktx {
-
-enum class Dispersion { MinMax, Variance };
 
 struct GroupInput {
     std::vector<double> values;   // one per segment, finite
@@ -21,7 +21,5 @@ struct GroupInput {
 
 // Throws InputError naming the offending field.
 GroupInput parseGroupInput(std::string const& text);
-
-char const* dispersionName(Dispersion measure);
 
 }  // namespace ktx

@@ -1,8 +1,7 @@
-#include "Csv.h"
+#include "input/Csv.h"
 
-#include "InputError.h"
+#include "input/InputError.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -140,29 +139,6 @@ std::vector<std::vector<double>> parseCsvMatrix(std::string const& text) {
         rows.push_back(std::move(row));
     }
     return rows;
-}
-
-std::string formatNumber(double value) {
-    if (std::isnan(value)) {
-        return "nan";
-    }
-    if (std::isinf(value)) {
-        return value > 0 ? "inf" : "-inf";
-    }
-    char buffer[32];
-    auto const result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, result.ptr);
-}
-
-std::string formatCsvRow(std::vector<double> const& row) {
-    std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        if (i > 0) {
-            line += ',';
-        }
-        line += formatNumber(row[i]);
-    }
-    return line;
 }
 
 }  // namespace ktx
