@@ -1,7 +1,8 @@
 #include "GroupingInputChecks.h"
 
+#include "OptimiserInputChecks.h"
+
 #include <cmath>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -9,13 +10,6 @@ namespace Kestrel {
 namespace detail {
 
 namespace {
-
-std::string numberText(double value) {
-    std::ostringstream text;
-    text.precision(17);
-    text << value;
-    return text.str();
-}
 
 std::string at(char const* name, std::size_t index) {
     return std::string(name) + "[" + std::to_string(index) + "]";

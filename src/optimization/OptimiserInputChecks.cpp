@@ -7,16 +7,12 @@
 namespace Kestrel {
 namespace detail {
 
-namespace {
-
 std::string numberText(double value) {
     std::ostringstream text;
     text.precision(17);
     text << value;
     return text.str();
 }
-
-}  // namespace
 
 void checkTransitionMatrix(std::vector<std::vector<double>> const& matrix, std::string const& what) {
     std::size_t const rows = matrix.size();

@@ -10,6 +10,10 @@
 namespace Kestrel {
 namespace detail {
 
+// `value` as text with every digit needed to read it back (17 significant digits; "nan", "inf", "-inf"),
+// for messages that quote an offending number. Also used by the families built on the optimiser.
+std::string numberText(double value);
+
 // Requires of `matrix` (n rows): every row has at least n - 1 entries, every entry is finite and not
 // negative, and every row's sum (in entry order) is finite. `what` names the matrix in the message, e.g.
 // "optimize: the transition matrix". Throws std::invalid_argument.
