@@ -11,15 +11,11 @@ namespace detail {
 
 namespace {
 
-std::string at(char const* name, std::size_t index) {
-    return std::string(name) + "[" + std::to_string(index) + "]";
-}
-
 void checkFinite(char const* name, std::vector<double> const& entries) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (!std::isfinite(entries[i])) {
-            throw std::invalid_argument("SegmentGrouper: " + at(name, i) + " is " + numberText(entries[i]) +
-                                        " (must be finite)");
+            throw std::invalid_argument("SegmentGrouper: " + entryText(name, i) + " is " +
+                                        numberText(entries[i]) + " (must be finite)");
         }
     }
 }
@@ -41,14 +37,14 @@ void checkSegmentStarts(std::vector<int> const& segmentStarts, std::size_t value
         int const start = segmentStarts[s];
         if (start < 0 || static_cast<std::size_t>(start) >= valueCount) {
             throw std::invalid_argument(
-                "calculateRecommendedNumberOfMasterSegments: " + at("segmentStarts", s) + " = " +
+                "calculateRecommendedNumberOfMasterSegments: " + entryText("segmentStarts", s) + " = " +
                 std::to_string(start) + " is not an index of values (" + std::to_string(valueCount) +
                 " entries)");
         }
         if (s > 0 && !(segmentStarts[s - 1] < start)) {
             throw std::invalid_argument(
-                "calculateRecommendedNumberOfMasterSegments: " + at("segmentStarts", s) + " = " +
-                std::to_string(start) + " does not exceed " + at("segmentStarts", s - 1) + " = " +
+                "calculateRecommendedNumberOfMasterSegments: " + entryText("segmentStarts", s) + " = " +
+                std::to_string(start) + " does not exceed " + entryText("segmentStarts", s - 1) + " = " +
                 std::to_string(segmentStarts[s - 1]) + " (starts must be strictly ascending)");
         }
     }
@@ -58,7 +54,7 @@ void checkPolylineSegments(std::vector<std::pair<double, double>> const& points,
                            std::vector<std::pair<int, int>> const& segments) {
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (!std::isfinite(points[i].first) || !std::isfinite(points[i].second)) {
-            throw std::invalid_argument("calculateSegmentCurvature: " + at("points", i) + " = (" +
+            throw std::invalid_argument("calculateSegmentCurvature: " + entryText("points", i) + " = (" +
                                         numberText(points[i].first) + ", " + numberText(points[i].second) +
                                         ") is not finite");
         }
@@ -68,7 +64,7 @@ void checkPolylineSegments(std::vector<std::pair<double, double>> const& points,
         int const first = segments[k].first;
         int const last = segments[k].second;
         std::string const segment =
-            at("segments", k) + " = (" + std::to_string(first) + ", " + std::to_string(last) + ")";
+            entryText("segments", k) + " = (" + std::to_string(first) + ", " + std::to_string(last) + ")";
         if (first < 0 || last >= count) {
             throw std::invalid_argument("calculateSegmentCurvature: " + segment + " reaches outside the " +
                                         std::to_string(count) + " points");
@@ -80,7 +76,7 @@ void checkPolylineSegments(std::vector<std::pair<double, double>> const& points,
         if (k > 0 && first < segments[k - 1].second) {
             throw std::invalid_argument(
                 "calculateSegmentCurvature: " + segment + " starts before the last point " +
-                std::to_string(segments[k - 1].second) + " of " + at("segments", k - 1));
+                std::to_string(segments[k - 1].second) + " of " + entryText("segments", k - 1));
         }
     }
 }

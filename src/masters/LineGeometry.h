@@ -28,6 +28,8 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
     // order as the stated steps.
     double score(std::vector<int> const& masterIndices) const;
 
+    std::vector<double> const& segmentLengths() const { return lengths; }
+
   private:
     double fullDistance(int from, int to) const;
 

@@ -14,6 +14,10 @@ std::string numberText(double value) {
     return text.str();
 }
 
+std::string entryText(char const* name, std::size_t index) {
+    return std::string(name) + "[" + std::to_string(index) + "]";
+}
+
 void checkTransitionMatrix(std::vector<std::vector<double>> const& matrix, std::string const& what) {
     std::size_t const rows = matrix.size();
     std::size_t const needed = rows > 0 ? rows - 1 : 0;
