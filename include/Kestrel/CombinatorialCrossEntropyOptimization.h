@@ -109,13 +109,14 @@ class KESTREL_API CombinatorialCrossEntropyOptimization {
     // `callback` (may be null) is called with the matrix and `smoothing` after the matrix update of an
     // iteration whose population was capped to the base population; it may change the weights, within the
     // same requirements, but not the number of rows.
-    // Requires (when maxIterations >= 2): every one of the n rows has at least n - 1 entries, every weight
-    // is finite and not negative and every row's sum is finite. Rows whose available weights are all zero
+    // Requires (when maxIterations >= 2): 0 <= smoothing <= 1 (so that the update keeps the weights valid);
+    // every one of the n rows has at least n - 1 entries, every weight is finite and not negative and every
+    // row's sum is finite. Rows whose available weights are all zero
     // are valid: the walk then writes node 0.
-    // Throws: std::invalid_argument naming the row and entry (and the value) that breaks the requirements,
-    // before any objective call; the same after a callback that broke them or changed the number of rows
-    // (the matrix then holds what the callback left, `result` is unchanged); whatever the objective throws,
-    // rethrown once the iteration's evaluation loop is over
+    // Throws: std::invalid_argument naming the smoothing, or the row and entry (and the value), that breaks
+    // the requirements, before any objective call; the same after a callback that broke them or changed the
+    // number of rows (the matrix then holds what the callback left, `result` is unchanged); whatever the
+    // objective throws, rethrown once the iteration's evaluation loop is over
     // (`result` is then left unchanged and that iteration's evaluations are not counted); whatever the
     // callback throws. An empty objective or a non-null pointer to an empty callback gives
     // boost::bad_function_call ("call to empty boost::function").

@@ -96,6 +96,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         return noResult;
     }
     Private& state = *d_;
+    detail::checkSmoothing(parameters.smoothing);
     detail::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
     int const rows = static_cast<int>(state.probabilities.size());
     Objective const& objective = *state.objective;

@@ -45,6 +45,13 @@ void checkTransitionMatrix(std::vector<std::vector<double>> const& matrix, std::
     }
 }
 
+void checkSmoothing(double smoothing) {
+    if (!(smoothing >= 0.0 && smoothing <= 1.0)) {
+        throw std::invalid_argument("optimize: parameters.smoothing = " + numberText(smoothing) +
+                                    " lies outside 0 ... 1");
+    }
+}
+
 void checkPreGroupBoundaries(std::vector<int> const& boundaries, int rows) {
     for (std::size_t k = 0; k < boundaries.size(); ++k) {
         int const boundary = boundaries[k];

@@ -23,6 +23,10 @@ std::string entryText(char const* name, std::size_t index);
 // "optimize: the transition matrix". Throws std::invalid_argument.
 void checkTransitionMatrix(std::vector<std::vector<double>> const& matrix, std::string const& what);
 
+// Requires 0 <= smoothing <= 1: the update (1 - smoothing) * old + smoothing * frequency then keeps every
+// weight finite and not negative.
+void checkSmoothing(double smoothing);
+
 // Requires of pre-group `boundaries` for a matrix of `rows` rows: strictly ascending, each within
 // 0 ... rows - 1 (0-based items; the last boundary may be one past the last item). Throws
 // std::invalid_argument naming the index and value of the first offending boundary.

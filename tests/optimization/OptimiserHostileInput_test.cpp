@@ -110,6 +110,21 @@ TEST(OptimiserInput, ZeroRowsStillWriteNodeZeroAsBefore) {
     EXPECT_EQ(std::vector<int>{0}, result);
 }
 
+TEST(OptimiserInput, SmoothingOutsideZeroToOneIsRefused) {
+    std::atomic<int> calls{0};
+    Optimiser::Objective const objective = CountingObjective{&calls, 5};
+    Optimiser optimiser(2, uniformMatrix(5), objective, false);
+    std::vector<int> result{7};
+    for (double const smoothing : {-0.1, 1.5, std::numeric_limits<double>::quiet_NaN()}) {
+        Optimiser::Parameters const parameters{
+            smoothing, 0.05, 5.0, 3, true, 30, Optimiser::StaticPopulation};
+        EXPECT_THAT([&] { optimiser.optimize(parameters, result, nullptr, 0); },
+                    ThrowsMessage<std::invalid_argument>(HasSubstr("parameters.smoothing =")));
+    }
+    EXPECT_EQ(0, calls.load());
+    EXPECT_EQ(std::vector<int>{7}, result);
+}
+
 // Runs one capped iteration (base 4, entropy count well above 5) so that the callback is called.
 void expectRefusedCallback(Optimiser::Callback callback, char const* text) {
     Optimiser::Objective const objective = [](std::vector<int> const& s) {
