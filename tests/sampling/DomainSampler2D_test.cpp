@@ -287,7 +287,8 @@ TEST(DomainSampler2D, NonFiniteCandidatesAreRefusedBeforeClustering) {
     std::vector<Point> candidates = uniformPoints(600, 9);
     candidates[230] = {1e200, -1e200};  // huge but finite: accepted
     expectSameBits(samplesOf(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
-    for (Point const& bad : {Point{std::nan(""), 1.0}, Point{0.5, -std::numeric_limits<double>::infinity()}}) {
+    for (Point const& bad :
+         {Point{std::nan(""), 1.0}, Point{0.5, -std::numeric_limits<double>::infinity()}}) {
         candidates[400] = bad;
         FixedCandidates domain(candidates);
         std::vector<Point> out{{7.0, 7.0}};
