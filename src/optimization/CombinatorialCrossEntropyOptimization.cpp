@@ -82,7 +82,7 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
     }
     int const rows = static_cast<int>(d_->probabilities.size());
     detail::checkPreGroupBoundaries(*groups, rows);
-    d_->exclusionLists = detail::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
+    d_->exclusionLists = detail::buildExclusionLists(*groups, rows);
 }
 
 std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
