@@ -58,9 +58,9 @@ class KESTREL_API HungarianAlgorithm {
   private:
     friend class HungarianAlgorithmInternals;
 
-    // Solve, with the shortest-augmenting-path route allowed or not (the Munkres steps then always run).
+    // Solve, with the fast routes allowed or not (the Munkres steps then always run).
     double solve(std::vector<std::vector<double>> const& DistMatrix, std::vector<int>& Assignment,
-                 bool allowUniqueOptimumRoute);
+                 bool allowFastRoutes);
 
     // The step the method goes to next; the steps return it instead of calling each other.
     enum class NextStep { Step2a, Step2b, Step3, Step4, Step5, Done };

@@ -106,8 +106,15 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
     scannedColumns.reserve(nCols);
     visitedRows.reserve(nRows);
 
-    if (nRows == nCols)
+    // Dual-feasible start, so that every reduced cost the searches meet is >= 0 whatever the sign of the
+    // costs: square problems start from the column minima, the others from each row's minimum.
+    if (nRows == nCols) {
         reduceColumns(rows, nRows, nCols, columnOfRow, rowOfColumn, v);
+    } else {
+        for (int row = 0; row < nRows; ++row) {
+            u[row] = *std::min_element(rows[row], rows[row] + nCols);
+        }
+    }
 
     for (int startRow = 0; startRow < nRows; ++startRow) {
         if (columnOfRow[startRow] >= 0)

@@ -1,6 +1,7 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "BruteForceAssignments.h"
+#include "CerrCapture.h"
 #include "HungarianAlgorithmInternals.h"
 #include "MunkresStepsTwin.h"
 
@@ -34,18 +35,6 @@ Solution solve(Matrix matrix) {
     solution.cost = solver.Solve(matrix, solution.assignment);
     return solution;
 }
-
-// Redirects std::cerr into a string for the lifetime of the object.
-class CerrCapture {
-  public:
-    CerrCapture() : previous_(std::cerr.rdbuf(captured_.rdbuf())) {}
-    ~CerrCapture() { std::cerr.rdbuf(previous_); }
-    std::string text() const { return captured_.str(); }
-
-  private:
-    std::ostringstream captured_;
-    std::streambuf* previous_;
-};
 
 Matrix randomMatrix(std::mt19937& engine, int nRows, int nCols, bool integers, int maxInteger) {
     std::uniform_real_distribution<double> real(0.0, 1.0);
@@ -211,7 +200,7 @@ TEST(HungarianAlgorithm, InfiniteElementIsRejectedNamingTheElement) {
         HungarianAlgorithm().Solve(matrix, assignment);
         FAIL() << "no exception";
     } catch (std::invalid_argument const& error) {
-        EXPECT_NE(std::string(error.what()).find("(row 1, column 1) is infinite"), std::string::npos)
+        EXPECT_NE(std::string(error.what()).find("(row 1, column 1) is -infinity"), std::string::npos)
             << error.what();
     }
 }
