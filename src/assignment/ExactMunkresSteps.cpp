@@ -15,8 +15,10 @@
 #include "ExactMunkresSteps.h"
 
 #include "FirstReduction.h"
+#include "LineScans.h"
 #include "MatrixCheck.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -81,10 +83,13 @@ class ExactSteps {
           rowAdded_(nOfRows, 0.0),
           columnSubtracted_(nOfColumns, 0.0),
           slack_(nOfRows),
+          rowMinimumOverUnstarred_(nOfRows, std::numeric_limits<double>::infinity()),
           coveredRow_(nOfRows),
+          rowBlocked_(nOfRows),
           coveredColumn_(nOfColumns),
           primeColumn_(nOfRows),
           zeroRows_(nOfColumns),
+          zeroScratch_(nOfRows),
           zeroHead_(nOfColumns),
           withZeros_(nOfColumns) {
         for (int row = 0; row < nOfRows; ++row) {
@@ -92,29 +97,29 @@ class ExactSteps {
                 starRow_[starColumn[row]] = row;
             }
         }
-        std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
-        for (std::size_t index = 0; index < nOfElements; ++index) {
-            if (std::isfinite(reduced[index])) {
-                largestReduced_ = std::max(largestReduced_, std::fabs(reduced[index]));
+        for (int col = 0; col < nOfColumns; ++col) {
+            double const* column = reduced + elementIndex(0, col, nOfRows);
+            for (int row = 0; row < nOfRows; ++row) {
+                if (std::isfinite(column[row])) {
+                    largestReduced_ = std::max(largestReduced_, std::fabs(column[row]));
+                }
+            }
+            if (starRow_[col] < 0) {
+                unstarredColumns_.push_back(col);
+                lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(), column, nOfRows);
             }
         }
     }
 
     bool run() {
         int const minDim = std::min(nOfRows_, nOfColumns_);
-        for (;;) {
-            int nOfStars = 0;
-            for (int col = 0; col < nOfColumns_; ++col) {
-                nOfStars += starRow_[col] >= 0;
-            }
-            if (nOfStars == minDim) {
-                return true;
-            }
+        while (nOfColumns_ - static_cast<int>(unstarredColumns_.size()) < minDim) {
             startPhase();
             if (!findAugmentingPath()) {
                 return false;
             }
         }
+        return true;
     }
 
   private:
@@ -122,46 +127,63 @@ class ExactSteps {
         return (reduced_[elementIndex(row, col, nOfRows_)] + rowAdded_[row]) - columnSubtracted_[col];
     }
 
-    // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes.
+    // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes. A column never
+    // starred has never been covered, so it lost every adjustment: its values in a row are the row's reduced
+    // values plus rowAdded minus the adjustment total, and the row's slack follows from its smallest reduced
+    // value over those columns without a pass over them.
     void startPhase() {
         std::fill(coveredRow_.begin(), coveredRow_.end(), 0);
+        std::fill(rowBlocked_.begin(), rowBlocked_.end(), 0.0);
         std::fill(primeColumn_.begin(), primeColumn_.end(), -1);
-        std::fill(slack_.begin(), slack_.end(), std::numeric_limits<double>::infinity());
         withZeros_.clear();
+        uncoveredStarredColumns_.clear();
         for (int col = 0; col < nOfColumns_; ++col) {
             zeroRows_[col].clear();
             zeroHead_[col] = 0;
             coveredColumn_[col] = starRow_[col] >= 0;
         }
-        for (int col = 0; col < nOfColumns_; ++col) {
-            if (!coveredColumn_[col]) {
-                uncoverColumn(col);
+        for (int row = 0; row < nOfRows_; ++row) {
+            slack_[row] = (rowMinimumOverUnstarred_[row] + rowAdded_[row]) - adjustmentTotal_;
+            if (slack_[row] == 0.0) {
+                collectZerosOfRow(row, unstarredColumns_);
             }
         }
     }
 
-    // The column joins the uncovered ones: its values lower the slack of the uncovered rows, and its zeros
-    // there form its list.
+    // Appends the row to the zero list of each listed column in which it holds a zero.
+    void collectZerosOfRow(int row, std::vector<int> const& columns) {
+        for (int const col : columns) {
+            if (value(row, col) == 0.0) {
+                zeroRows_[col].push_back(row);
+                withZeros_.insert(col);
+            }
+        }
+    }
+
+    // A starred column joins the uncovered ones: its values lower the slack of the uncovered rows, and its
+    // zeros there form its list. One pass does both; the zero rows are written unconditionally and kept by
+    // advancing the count, which costs less than a branch on matrices full of zeros.
     void uncoverColumn(int col) {
         coveredColumn_[col] = 0;
+        uncoveredStarredColumns_.push_back(col);
         double const* column = reduced_ + elementIndex(0, col, nOfRows_);
         double const subtracted = columnSubtracted_[col];
-        std::vector<int>& zeros = zeroRows_[col];
+        int nZeros = 0;
         for (int row = 0; row < nOfRows_; ++row) {
-            if (coveredRow_[row]) {
-                continue;
-            }
-            double const working = (column[row] + rowAdded_[row]) - subtracted;
-            if (working < slack_[row]) {
-                slack_[row] = working;
-            }
-            if (working == 0.0) {
-                zeros.push_back(row);
-            }
+            double const working = ((column[row] + rowAdded_[row]) - subtracted) + rowBlocked_[row];
+            slack_[row] = working < slack_[row] ? working : slack_[row];
+            zeroScratch_[nZeros] = row;
+            nZeros += working == 0.0;
         }
-        if (!zeros.empty()) {
+        if (nZeros > 0) {
+            zeroRows_[col].assign(zeroScratch_.begin(), zeroScratch_.begin() + nZeros);
             withZeros_.insert(col);
         }
+    }
+
+    void coverRow(int row) {
+        coveredRow_[row] = 1;
+        rowBlocked_[row] = std::numeric_limits<double>::infinity();
     }
 
     // The first uncovered row of the column's list, taken off the list; -1 (and the column leaves the set
@@ -197,7 +219,7 @@ class ExactSteps {
                     augment(row, col);
                     return true;
                 }
-                coveredRow_[row] = 1;
+                coverRow(row);
                 uncoverColumn(starCol);
                 zerosFound = true;
             }
@@ -207,17 +229,36 @@ class ExactSteps {
         }
     }
 
-    // Step 4: stars move to the primes along the alternating path that starts at the primed zero.
+    // Step 4: stars move to the primes along the alternating path that starts at the primed zero. The
+    // path ends in a column that held no star before and now does.
     void augment(int row, int col) {
         for (;;) {
             int const displaced = starRow_[col];
             starRow_[col] = row;
             starColumn_[row] = col;
             if (displaced < 0) {
+                retireUnstarredColumn(col);
                 return;
             }
             row = displaced;
             col = primeColumn_[displaced];
+        }
+    }
+
+    // The column leaves the never-starred ones; rows whose smallest value over them lay in this column look
+    // for it again among the others.
+    void retireUnstarredColumn(int col) {
+        unstarredColumns_.erase(std::find(unstarredColumns_.begin(), unstarredColumns_.end(), col));
+        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        for (int row = 0; row < nOfRows_; ++row) {
+            if (column[row] != rowMinimumOverUnstarred_[row]) {
+                continue;
+            }
+            double minimum = std::numeric_limits<double>::infinity();
+            for (int const other : unstarredColumns_) {
+                minimum = std::min(minimum, reduced_[elementIndex(row, other, nOfRows_)]);
+            }
+            rowMinimumOverUnstarred_[row] = minimum;
         }
     }
 
@@ -248,14 +289,9 @@ class ExactSteps {
             }
         }
         for (int row = 0; row < nOfRows_; ++row) {
-            if (coveredRow_[row] || slack_[row] != 0.0) {
-                continue;
-            }
-            for (int col = 0; col < nOfColumns_; ++col) {
-                if (!coveredColumn_[col] && value(row, col) == 0.0) {
-                    zeroRows_[col].push_back(row);
-                    withZeros_.insert(col);
-                }
+            if (!coveredRow_[row] && slack_[row] == 0.0) {
+                collectZerosOfRow(row, unstarredColumns_);
+                collectZerosOfRow(row, uncoveredStarredColumns_);
             }
         }
         return true;
@@ -266,16 +302,21 @@ class ExactSteps {
     int nOfColumns_;
     double range_;
     double largestReduced_ = 0.0;
-    double adjustmentTotal_ = 0.0;
+    double adjustmentTotal_ = 0.0;  // sum of every adjustment so far
     int* starColumn_;
     std::vector<int> starRow_;
     std::vector<double> rowAdded_;          // sum of the adjustments added to each row while covered
     std::vector<double> columnSubtracted_;  // sum of the adjustments subtracted from each uncovered column
     std::vector<double> slack_;             // per uncovered row: smallest value over the uncovered columns
+    std::vector<int> unstarredColumns_;     // columns never starred so far, ascending
+    std::vector<double> rowMinimumOverUnstarred_;  // per row: smallest reduced value over those columns
+    std::vector<int> uncoveredStarredColumns_;     // starred columns uncovered in this phase
     std::vector<char> coveredRow_;
+    std::vector<double> rowBlocked_;  // 0 for an uncovered row, +infinity for a covered one
     std::vector<char> coveredColumn_;
     std::vector<int> primeColumn_;  // the primed zero of each row in this phase (a row is primed once)
     std::vector<std::vector<int>> zeroRows_;
+    std::vector<int> zeroScratch_;
     std::vector<int> zeroHead_;
     ColumnSet withZeros_;
 };

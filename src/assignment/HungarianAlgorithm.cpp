@@ -17,6 +17,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -40,6 +41,24 @@ void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* colum
     }
 }
 
+// One line per negative element on std::cerr, flushed. The lines go out in blocks rather than one flush
+// each: the text is the same, and a matrix of a million negative costs does not spend seconds flushing.
+void writeNegativeElementMessages(std::size_t count) {
+    static char const kLine[] = "All matrix elements have to be non-negative.\n";
+    constexpr std::size_t kLinesPerBlock = 4096;
+    std::string block;
+    while (count > 0) {
+        std::size_t const lines = std::min(count, kLinesPerBlock);
+        block.clear();
+        for (std::size_t k = 0; k < lines; ++k) {
+            block += kLine;
+        }
+        std::cerr << block;
+        count -= lines;
+    }
+    std::cerr.flush();
+}
+
 }  // namespace
 
 double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, std::vector<int>& Assignment) {
@@ -57,9 +76,7 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
         throw std::invalid_argument("cost matrix is infeasible");
     }
     std::size_t const nOfNegativeElements = Kestrel::assignment::countNegativeElements(DistMatrix);
-    for (std::size_t k = 0; k < nOfNegativeElements; ++k) {
-        std::cerr << "All matrix elements have to be non-negative." << std::endl;
-    }
+    writeNegativeElementMessages(nOfNegativeElements);
     int const nOfRows = shape.rows;
     int const nOfColumns = shape.columns;
 

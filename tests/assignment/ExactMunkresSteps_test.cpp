@@ -1,10 +1,10 @@
-// The exact incremental form of the Munkres steps against the reference steps (the tests' own plain copy)
+// The exact incremental form of the Munkres steps against the reference steps
 // and the library's steps as they stand, bit for bit.
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "ExactMunkresSteps.h"
 #include "HungarianAlgorithmInternals.h"
-#include "MunkresStepsTwin.h"
+#include "ReferenceMunkres.h"
 
 #include <gtest/gtest.h>
 
@@ -87,7 +87,7 @@ TEST(ExactMunkresSteps, IntegerMatricesMatchTheReferenceSteps) {
             integerMatrix(engine, nRows, nCols, range[0], range[1], trial % 3 == 0 ? 0.3 : 0.0);
         std::vector<int> const exact = exactAssignment(matrix);
         ASSERT_FALSE(exact.empty()) << "trial " << trial;
-        ASSERT_EQ(exact, twin::solveByMunkresSteps(matrix).assignment) << "trial " << trial;
+        ASSERT_EQ(exact, ReferenceMunkres::solveByMunkresSteps(matrix).assignment) << "trial " << trial;
     }
 }
 
@@ -98,7 +98,8 @@ TEST(ExactMunkresSteps, MediumMatricesMatchTheReferenceSteps) {
         int const nCols = 20 + static_cast<int>(engine() % 40);
         int const high = trial % 4 == 0 ? 3 : (trial % 4 == 1 ? 9 : (trial % 4 == 2 ? 100 : 999));
         Matrix const matrix = integerMatrix(engine, nRows, nCols, 0, high, trial % 5 == 0 ? 0.5 : 0.0);
-        ASSERT_EQ(exactAssignment(matrix), twin::solveByMunkresSteps(matrix).assignment) << "trial " << trial;
+        ASSERT_EQ(exactAssignment(matrix), ReferenceMunkres::solveByMunkresSteps(matrix).assignment)
+            << "trial " << trial;
     }
 }
 
@@ -131,7 +132,7 @@ TEST(ExactMunkresSteps, AdjustmentsLeavingTheExactRangeAreDeclined) {
     EXPECT_TRUE(exactAssignment(matrix).empty());
     std::vector<int> assignment;
     double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-    twin::Result const expected = twin::solveByMunkresSteps(matrix);
+    ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
     EXPECT_EQ(assignment, expected.assignment);
     EXPECT_EQ(cost, expected.cost);
 }

@@ -5,7 +5,7 @@
 #include "CerrCapture.h"
 #include "CompleteMatching.h"
 #include "MatrixCheck.h"
-#include "MunkresStepsTwin.h"
+#include "ReferenceMunkres.h"
 
 #include <gtest/gtest.h>
 
@@ -168,7 +168,7 @@ TEST(ForbiddenPairs, SmallRandomMatricesMatchEnumerationAndTheReferenceSteps) {
         }
         ++feasible;
         double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-        twin::Result const expected = twin::solveByMunkresSteps(matrix);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         ASSERT_EQ(assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(cost, expected.cost) << "trial " << trial;
         ASSERT_NEAR(cost, enumeration.costs.front(), 1e-12) << "trial " << trial;
@@ -189,7 +189,7 @@ TEST(ForbiddenPairs, LargerMatricesWithHalfTheirPairsForbiddenMatchTheReferenceS
             continue;
         }
         double const cost = HungarianAlgorithm().Solve(matrix, assignment);
-        twin::Result const expected = twin::solveByMunkresSteps(matrix);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         ASSERT_EQ(assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(cost, expected.cost) << "trial " << trial;
     }
