@@ -52,7 +52,7 @@ def assignment_row(repetitions):
 def latin_row(repetitions):
     points = 10**6
     centres = (np.arange(points) + 0.5) / points
-    factors = [centres] * 4
+    factors = [centres.copy() for _ in range(4)]  # four factors, each converted on its own
 
     def ours():
         return kestrel.CartesianProductSampler(factors, [0, 1, 2, 3]).population
