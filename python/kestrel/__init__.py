@@ -15,7 +15,7 @@ Families:
                  CoolingSchedule4HSA, HamiltonianSimulatedAnnealing, BoxDomain4HSA,
                  ObjectiveInterpolator4HSA, LeapfrogThermalBath4HSA, GeometricCoolingSchedule4HSA,
                  AnnealingSettings4HSA, AnnealingResult4HSA, TestFunction4HSA, make_test_function,
-                 test_function_names, anneal_in_box
+                 test_function_names, anneal_in_box, refine_in_box
     sampling     CartesianProductSampler, DomainSampler2D, PolygonSampler2D
 
 Example:
@@ -54,6 +54,7 @@ from ._kestrel import (
     anneal_in_box,
     linear_sum_assignment,
     make_test_function,
+    refine_in_box,
     test_function_names,
 )
 
@@ -86,5 +87,6 @@ __all__ = [
     "anneal_in_box",
     "linear_sum_assignment",
     "make_test_function",
+    "refine_in_box",
     "test_function_names",
 ]

@@ -384,6 +384,26 @@ AnnealingResult4HSA annealInBox(py::object objective, py::object gradient, py::h
     return Kestrel::annealInBox4HSA(f, g, box, seed, settings);
 }
 
+void refineInBox(ObjectiveInterpolator4HSA const& interpolator, py::handle boxLike, py::handle positionLike,
+                 double initialStep, int maximumCalls) {
+    Box4HSA const box = toBox(boxLike);
+    std::vector<double> position = toVector(positionLike, "position");
+    if (position.size() != box.size()) {
+        throw py::value_error("position: has " + std::to_string(position.size()) +
+                              " coordinates but box has " + std::to_string(box.size()));
+    }
+    for (std::size_t i = 0; i < box.size(); ++i) {
+        if (!(position[i] >= box[i].first && position[i] <= box[i].second)) {
+            throw py::value_error("position: coordinate " + std::to_string(i) + " lies outside the box");
+        }
+    }
+    if (!(initialStep > 0.0)) {
+        throw py::value_error("initial_step: must be positive");
+    }
+    py::gil_scoped_release release;
+    Kestrel::refineInBox4HSA(interpolator, box, std::move(position), initialStep, maximumCalls);
+}
+
 }  // namespace
 
 void bindAnnealingReady(py::module_& module) {
@@ -391,6 +411,21 @@ void bindAnnealingReady(py::module_& module) {
     bindComponents(module);
     bindSettings(module);
     bindTestFunctions(module);
+    module.def("refine_in_box", &refineInBox, py::arg("interpolator"), py::arg("box"), py::arg("position"),
+               py::arg("initial_step"), py::arg("maximum_calls"), R"doc(
+Polishes a point by projected gradient descent (Barzilai-Borwein steps, Armijo backtracking) through the
+interpolator, at most ``maximum_calls`` objective + gradient calls; the result is the interpolator's
+``best_position`` and ``best_value``. Raises ValueError for a position of another length, outside the
+box, or a step that is not positive.
+
+Example:
+    >>> import kestrel
+    >>> f = kestrel.make_test_function("sphere", 2)
+    >>> model = kestrel.ObjectiveInterpolator4HSA(f.objective, f.gradient)
+    >>> kestrel.refine_in_box(model, f.box, [1.0, -2.0], initial_step=0.1, maximum_calls=40)
+    >>> model.best_value < 1e-12
+    True
+)doc");
     module.def("anneal_in_box", &annealInBox, py::arg("objective"), py::arg("gradient"), py::arg("box"),
                py::arg("seed"), py::arg("settings") = py::none(), R"doc(
 Minimises ``objective`` over the box by many short annealing chains, each ending in a local descent;

@@ -256,3 +256,13 @@ def test_state_views_and_copies():
     assert repr(state) == "State4HSA(position=[3.0, 4.0], velocity=[0.5, -0.5])"
     with pytest.raises(ValueError, match="position: expected 2 values, got 3"):
         state.position = [1.0, 2.0, 3.0]
+
+
+def test_refine_in_box_polishes_through_the_interpolator():
+    f = kestrel.make_test_function("rastrigin", 2)
+    model = kestrel.ObjectiveInterpolator4HSA(f.objective, f.gradient)
+    kestrel.refine_in_box(model, f.box, [1.1, -0.9], initial_step=1e-3, maximum_calls=60)
+    assert model.best_value < f.objective([1.1, -0.9])
+    assert model.number_of_objective_calls + model.number_of_gradient_calls <= 60
+    with pytest.raises(ValueError, match="position: coordinate 0 lies outside the box"):
+        kestrel.refine_in_box(model, f.box, [9.0, 0.0], 1e-3, 10)
