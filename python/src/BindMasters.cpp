@@ -39,6 +39,7 @@ class PythonMasterOptimizer : public MasterOptimizer4Interpolation {
         : MasterOptimizer4Interpolation(minMax, std::move(evaluator)), positions(minMax.size()) {}
 
     std::size_t const positions;
+    InterruptibleCalls const scoreCalls;
 
     double evaluateValues(std::vector<double> const& values) const { return getTheEvaluator()(values); }
 
@@ -107,6 +108,9 @@ py::array_t<py::ssize_t> optimalMasterIndices(MasterOptimizer4Interpolation cons
     if (!preGroupsLike.is_none()) {
         preGroups = toIndexVector(preGroupsLike, "pre_groups");
         requireAscendingIndices(preGroups, positions, "pre_groups");
+    }
+    if (auto const* python = dynamic_cast<PythonMasterOptimizer const*>(&self)) {
+        python->scoreCalls.reset();
     }
     std::vector<int> result;
     {

@@ -21,6 +21,7 @@ using Parameters = CombinatorialCrossEntropyOptimization::Parameters;
 // The optimiser together with the objective it holds by address; copies share both, as C++ copies of
 // the optimiser share their learning state.
 struct CrossEntropy {
+    InterruptibleCalls calls;
     std::shared_ptr<CombinatorialCrossEntropyOptimization::Objective> objective;
     CombinatorialCrossEntropyOptimization optimiser;
     std::size_t nodes;
@@ -28,14 +29,15 @@ struct CrossEntropy {
     bool ordered;
 };
 
-std::shared_ptr<CombinatorialCrossEntropyOptimization::Objective> toObjective(py::object objective) {
+std::shared_ptr<CombinatorialCrossEntropyOptimization::Objective> toObjective(
+    py::object objective, InterruptibleCalls const& calls) {
     if (!PyCallable_Check(objective.ptr())) {
         throw py::type_error("objective: expected a callable");
     }
     PythonFunction const function(std::move(objective));
     return std::make_shared<CombinatorialCrossEntropyOptimization::Objective>(
-        [function](std::vector<int> const& selection) {
-            return callPython([&] { return function(toArray(selection)).cast<double>(); });
+        [function, calls](std::vector<int> const& selection) {
+            return calls([&] { return function(toArray(selection)).cast<double>(); });
         });
 }
 
@@ -48,18 +50,23 @@ CrossEntropy makeCrossEntropy(py::handle matrixLike, py::object objective, py::o
                               std::to_string(nodes) + " rows of " +
                               std::to_string(nodes == 0 ? 0 : matrix.front().size()));
     }
-    auto function = toObjective(std::move(objective));
+    InterruptibleCalls const calls;
+    auto function = toObjective(std::move(objective), calls);
     if (pathLengthLike.is_none()) {
-        return CrossEntropy{function, CombinatorialCrossEntropyOptimization(matrix, *function), nodes,
-                            static_cast<int>(nodes) - 1, true};
+        return CrossEntropy{calls,
+                            function,
+                            CombinatorialCrossEntropyOptimization(matrix, *function),
+                            nodes,
+                            static_cast<int>(nodes) - 1,
+                            true};
     }
     int const pathLength = pathLengthLike.cast<int>();
     if (pathLength < 0) {
         throw py::value_error("path_length: must not be negative");
     }
-    return CrossEntropy{function,
-                        CombinatorialCrossEntropyOptimization(pathLength, matrix, *function, ordered), nodes,
-                        pathLength, ordered};
+    return CrossEntropy{
+        calls, function,   CombinatorialCrossEntropyOptimization(pathLength, matrix, *function, ordered),
+        nodes, pathLength, ordered};
 }
 
 py::tuple optimize(CrossEntropy& self, Parameters const& parameters, py::object callbackLike,
@@ -78,6 +85,7 @@ py::tuple optimize(CrossEntropy& self, Parameters const& parameters, py::object 
         };
     std::vector<int> result;
     double score = 0.0;
+    self.calls.reset();
     {
         py::gil_scoped_release release;
         score = self.optimiser.optimize(parameters, result, callback ? &hook : nullptr, basePopulation);

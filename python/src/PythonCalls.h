@@ -9,6 +9,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -30,6 +31,35 @@ auto callPython(Body&& body) -> decltype(body()) {
     throwIfInterrupted();
     return body();
 }
+
+// Calls Python for the objective of a parallel loop, which the library always runs to its end. Once one
+// call of a run has raised KeyboardInterrupt, the remaining calls raise it at once instead of calling
+// Python, so Ctrl-C stops an expensive objective within one call per thread. reset() starts a new run.
+class InterruptibleCalls {
+  public:
+    void reset() const { interrupted_->store(false); }
+
+    template <class Body>
+    auto operator()(Body&& body) const -> decltype(body()) {
+        py::gil_scoped_acquire gil;
+        try {
+            if (interrupted_->load()) {
+                PyErr_SetNone(PyExc_KeyboardInterrupt);
+                throw py::error_already_set();
+            }
+            throwIfInterrupted();
+            return body();
+        } catch (py::error_already_set& error) {
+            if (error.matches(PyExc_KeyboardInterrupt)) {
+                interrupted_->store(true);
+            }
+            throw;
+        }
+    }
+
+  private:
+    std::shared_ptr<std::atomic<bool>> interrupted_ = std::make_shared<std::atomic<bool>>(false);
+};
 
 // A shared, thread-safe owner of a Python callable (or any Python object).
 class PythonFunction {

@@ -69,3 +69,25 @@ def test_ctrl_c_interrupts_the_optimiser_with_a_python_objective():
         optimiser.optimize(kestrel.CombinatorialCrossEntropyOptimization.Parameters(max_iterations=1000,
                                                                                    stall_iterations=1000))
     timer.join()
+
+
+def test_after_ctrl_c_the_remaining_calls_of_the_loop_do_not_call_python():
+    n = 30
+    matrix = np.full((n, n - 1), 1.0 / (n - 1))
+    calls = []
+
+    def objective(selection):
+        calls.append(1)
+        if len(calls) == 50:
+            os.kill(os.getpid(), signal.SIGINT)
+        return float(selection[0])
+
+    optimiser = kestrel.CombinatorialCrossEntropyOptimization(matrix, objective)
+    with pytest.raises(KeyboardInterrupt):
+        optimiser.optimize(kestrel.CombinatorialCrossEntropyOptimization.Parameters())
+    assert len(calls) < n * (n - 1) * 5, "the interrupted loop skipped the rest of its population"
+    # The next run starts afresh.
+    calls.clear()
+    calls.extend([1] * 100)
+    score, best = optimiser.optimize(kestrel.CombinatorialCrossEntropyOptimization.Parameters(max_iterations=2))
+    assert len(best) == n - 1
