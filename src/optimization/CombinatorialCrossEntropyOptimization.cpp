@@ -1,8 +1,8 @@
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
 
+#include "AdaptiveTeam.h"
 #include "CrossEntropySteps.h"
 #include "HamiltonianPathMCGenerator.h"
-#include "ParallelLoop.h"
 
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
@@ -92,9 +92,13 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     double lastMinimum = noResult;
     // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
     auto const draws = std::make_shared<UniformStream>(kSeed);
+    // Drawing and scoring a population take about the same time every iteration: the team is chosen by
+    // measuring them (the calling thread alone when a team does not pay on this machine right now).
+    detail::AdaptiveTeam team(detail::threadsForLoop());
 
     for (int iteration = 1;;) {
         HamiltonianPathMCGenerator generator(state.probabilities, draws);
+        generator.setMostThreads(team.threads());
         std::int64_t const entropy = detail::entropyCount(state.probabilities);
         detail::Population const population =
             detail::populationSize(parameters.sampleFactor, basePopulation,
@@ -113,7 +117,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
 
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
-        detail::parallelForStatic(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
+        team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
             std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
             if (sortSelections) {
                 std::sort(selection.begin(), selection.end());

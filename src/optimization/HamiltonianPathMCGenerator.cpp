@@ -1,6 +1,6 @@
 #include "HamiltonianPathMCGenerator.h"
 
-#include "ParallelLoop.h"
+#include "ParallelFor.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -87,6 +87,9 @@ class HamiltonianPathMCGenerator::Private {
     bool nonDecreasingSums_ = true;
     std::shared_ptr<UniformStream> stream_;
     std::size_t drawsUsed_ = 0;  // position of this generator's engine in the stream
+
+  public:
+    int mostThreads = 0;  // 0: the library's thread setting
 };
 
 HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> const& matrix,
@@ -120,29 +123,28 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     double const* const draws = stream_->draws(drawsUsed_, count * length);
     drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
-    std::vector<WalkScratch> scratch(static_cast<std::size_t>(detail::threadSlots()));
-    bool const parallel = count * length * width_ >= kParallelWork;
-    detail::parallelForStatic(
-        static_cast<std::ptrdiff_t>(batches),
-        [&](std::ptrdiff_t batch, int thread) {
-            WalkScratch& workerScratch = scratch[thread];
-            double const* laneDraws[kLanes];
-            std::vector<int>* selections[kLanes];
-            std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-            for (std::size_t lane = 0; lane < kLanes; ++lane) {
-                std::size_t const i = first + lane;
-                if (i < count) {
-                    laneDraws[lane] = draws + i * length;
-                    selections[lane] = &paths[i];
-                } else {
-                    workerScratch.idleSelections.resize(kLanes);
-                    laneDraws[lane] = draws + first * length;
-                    selections[lane] = &workerScratch.idleSelections[lane];
-                }
-            }
-            drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
-        },
-        parallel);
+    bool const worthThreads = count * length * width_ >= kParallelWork;
+    int const threads = !worthThreads ? 1 : mostThreads > 0 ? mostThreads : detail::threadsForLoop();
+    std::vector<WalkScratch> scratch(static_cast<std::size_t>(threads));
+    detail::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches),
+                         [&](std::ptrdiff_t batch, int thread) {
+                             WalkScratch& workerScratch = scratch[thread];
+                             double const* laneDraws[kLanes];
+                             std::vector<int>* selections[kLanes];
+                             std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
+                             for (std::size_t lane = 0; lane < kLanes; ++lane) {
+                                 std::size_t const i = first + lane;
+                                 if (i < count) {
+                                     laneDraws[lane] = draws + i * length;
+                                     selections[lane] = &paths[i];
+                                 } else {
+                                     workerScratch.idleSelections.resize(kLanes);
+                                     laneDraws[lane] = draws + first * length;
+                                     selections[lane] = &workerScratch.idleSelections[lane];
+                                 }
+                             }
+                             drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
+                         });
 }
 
 void HamiltonianPathMCGenerator::Private::drawBatch(
@@ -216,6 +218,10 @@ HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<d
 HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
                                                        std::shared_ptr<UniformStream> stream)
     : d_(std::make_shared<Private>(matrix, std::move(stream))) {}
+
+void HamiltonianPathMCGenerator::setMostThreads(int threads) {
+    d_->mostThreads = threads > 0 ? threads : 1;
+}
 
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                int pathLength) {

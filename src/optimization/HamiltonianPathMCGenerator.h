@@ -47,6 +47,10 @@ class HamiltonianPathMCGenerator {
     void generatePathsWithExclusions(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                                      std::vector<std::vector<int>> const& exclusionLists);
 
+    // The most threads the following calls may use (at least 1); until set, the library's thread setting.
+    // The selections do not depend on it.
+    void setMostThreads(int threads);
+
   private:
     class Private;
     std::shared_ptr<Private> d_;

@@ -1,0 +1,92 @@
+// The team for a loop that repeats with about the same work, round after round (one population per
+// iteration of an optimisation, one pass per centre or per iteration of a clustering): all the library's
+// threads while they pay, the calling thread alone while they do not.
+//
+// A loop of a few milliseconds ends when its slowest thread does. On a machine whose cores are busy with
+// other work, the operating system may leave a helper thread waiting for a core, and the caller waits with
+// it: two threads can then be slower than one. So the first round runs on a team and is measured: the CPU
+// time every thread spent on its block and the wall time the caller saw. If the team was not clearly
+// faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
+// own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
+// tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
+// costs only a few such trials). The choice changes only who computes what; every result stays the same
+// bit for bit. One object serves one sequence of rounds on one calling thread.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+#include "ParallelFor.h"
+
+namespace Kestrel {
+namespace detail {
+
+// CPU time consumed by the calling thread so far, in seconds.
+double threadCpuSeconds();
+
+class AdaptiveTeam {
+  public:
+    // `mostThreads`: the largest team to use (e.g. threadsFor(work is large enough)).
+    explicit AdaptiveTeam(int mostThreads);
+
+    // The team for the loops of the current round: 1 or mostThreads.
+    int threads() const { return current_; }
+
+    // forEachBlock(threads(), count, body), measured; then chooses the team for the next round.
+    template <class Body>
+    void forEachBlock(std::ptrdiff_t count, Body&& body) {
+        if (most_ == 1 || count <= 0) {
+            detail::forEachBlock(1, count, body);
+            return;
+        }
+        auto const start = std::chrono::steady_clock::now();
+        if (current_ == 1) {
+            double const cpuStart = threadCpuSeconds();
+            detail::forEachBlock(1, count, body);
+            judgeSingleRound(secondsSince(start), threadCpuSeconds() - cpuStart);
+            return;
+        }
+        cpuSeconds_.assign(static_cast<std::size_t>(current_), 0.0);
+        detail::forEachBlock(current_, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            double const cpuStart = threadCpuSeconds();
+            body(begin, end, thread);
+            cpuSeconds_[static_cast<std::size_t>(thread)] = threadCpuSeconds() - cpuStart;
+        });
+        judgeTeamRound(secondsSince(start));
+    }
+
+    // forEachIndex(threads(), count, body), measured: every index visited, the exception of the lowest
+    // failing index rethrown afterwards on the calling thread; then chooses the team for the next round.
+    template <class Body>
+    void forEachIndex(std::ptrdiff_t count, Body&& body) {
+        LoopFailures failures(most_);
+        forEachBlock(count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            for (std::ptrdiff_t index = begin; index < end; ++index) {
+                try {
+                    body(index, thread);
+                } catch (...) {
+                    failures.capture(thread, index);
+                }
+            }
+        });
+        failures.rethrowFirst();
+    }
+
+  private:
+    static double secondsSince(std::chrono::steady_clock::time_point start) {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+    void judgeSingleRound(double wallSeconds, double cpuSeconds);
+    void judgeTeamRound(double wallSeconds);
+
+    int most_;
+    int current_;
+    int singleRounds_ = 0;        // rounds on the calling thread since the last team round
+    int roundsBeforeRetry_ = 10;  // single rounds before the next team round
+    double callerShare_ = 1.0;    // share of a core the caller got in its last round alone
+    std::vector<double> cpuSeconds_;
+};
+
+}  // namespace detail
+}  // namespace Kestrel

@@ -1,0 +1,85 @@
+// The adaptive team: the same work and the same failures as a plain loop whatever team it picks, the
+// calling thread alone after a team round that did not pay, and a new team trial after ten rounds.
+#include "AdaptiveTeam.h"
+#include "common/ThreadCount.h"
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Kestrel::detail::AdaptiveTeam;
+
+using Kestrel::test::ThreadCount;
+
+TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
+    for (int const most : {1, 2, 3}) {
+        ThreadCount const threads(most);
+        AdaptiveTeam team(most);
+        for (int round = 0; round < 25; ++round) {
+            std::vector<std::atomic<int>> visits(500);
+            std::string message = "no exception";
+            try {
+                team.forEachIndex(500, [&](std::ptrdiff_t index, int thread) {
+                    EXPECT_LT(thread, most);
+                    ++visits[static_cast<std::size_t>(index)];
+                    if (index == 321 || index == 499 || (round % 2 == 0 && index == 17)) {
+                        throw std::runtime_error("index " + std::to_string(index));
+                    }
+                });
+            } catch (std::runtime_error const& error) {
+                message = error.what();
+            }
+            EXPECT_EQ(message, round % 2 == 0 ? "index 17" : "index 321") << most << " " << round;
+            for (std::atomic<int> const& count : visits) {
+                EXPECT_EQ(count.load(), 1);
+            }
+        }
+    }
+}
+
+TEST(AdaptiveTeam, OneThreadAtMostNeverFormsATeam) {
+    AdaptiveTeam team(1);
+    for (int round = 0; round < 12; ++round) {
+        EXPECT_EQ(team.threads(), 1);
+        team.forEachBlock(100, [](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            EXPECT_EQ(begin, 0);
+            EXPECT_EQ(end, 100);
+            EXPECT_EQ(thread, 0);
+        });
+    }
+}
+
+TEST(AdaptiveTeam, AHelperThatKeepsTheCallerWaitingSendsTheNextRoundsToTheCallerAlone) {
+    ThreadCount const threads(2);
+    AdaptiveTeam team(2);
+    ASSERT_EQ(team.threads(), 2);
+    std::atomic<bool> helperRan{false};
+    // The helper's block takes wall time without CPU time, as when it waits for a core.
+    team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+        if (thread == 1) {
+            helperRan = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        }
+    });
+    if (!helperRan) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+    // Ten rounds alone, then a team is tried again.
+    for (int round = 0; round < 9; ++round) {
+        team.forEachBlock(2, [](std::ptrdiff_t, std::ptrdiff_t, int thread) { EXPECT_EQ(thread, 0); });
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+    team.forEachBlock(2, [](std::ptrdiff_t, std::ptrdiff_t, int) {});
+    EXPECT_EQ(team.threads(), 2);
+}
+
+}  // namespace
