@@ -14,7 +14,11 @@
 // ends after one iteration: normalise the rows (each summing to 1) to learn.
 //
 // Cost per iteration: drawing N selections of L items costs O(N * L * n), N = n*(n-1)*sampleFactor with a
-// static population; then N objective calls. Drawing is parallel as well as the scoring.
+// static population; then N objective calls. Drawing is parallel as well as the scoring. The first
+// iteration draws and scores on a team of threads; the following ones go on with the calling thread alone
+// when that team was not clearly faster (a machine whose cores are busy), trying a team again after 10,
+// 40, 160 ... iterations. Called from inside an active OpenMP parallel region, everything runs on the
+// calling thread.
 //
 //   std::vector<std::vector<double>> matrix(n + 1, std::vector<double>(n, 1.0 / n));
 //   boost::function<double(std::vector<int> const&)> objective = ...;   // must outlive optimize()
