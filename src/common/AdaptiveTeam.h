@@ -1,15 +1,16 @@
-// The team for a loop that repeats with about the same work, round after round (one population per
+// The team for loops that repeat with about the same work, round after round (one population per
 // iteration of an optimisation, one pass per centre or per iteration of a clustering): all the library's
 // threads while they pay, the calling thread alone while they do not.
 //
 // A loop of a few milliseconds ends when its slowest thread does. On a machine whose cores are busy with
 // other work, the operating system may leave a helper thread waiting for a core, and the caller waits with
 // it: two threads can then be slower than one. So the first round runs on a team and is measured: the CPU
-// time every thread spent on its block and the wall time the caller saw. If the team was not clearly
+// time every thread spent on its blocks and the wall time the caller saw. If the team was not clearly
 // faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
 // own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
 // tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
-// costs only a few such trials). The choice changes only who computes what; every result stays the same
+// costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
+// are not tried on a team again. The choice changes only who computes what; every result stays the same
 // bit for bit. One object serves one sequence of rounds on one calling thread.
 #pragma once
 
@@ -30,10 +31,10 @@ class AdaptiveTeam {
     // `mostThreads`: the largest team to use (e.g. threadsFor(work is large enough)).
     explicit AdaptiveTeam(int mostThreads);
 
-    // The team for the loops of the current round: 1 or mostThreads.
+    // The team for the loops of the current round: 1 or mostThreads; `thread` arguments stay below it.
     int threads() const { return current_; }
 
-    // forEachBlock(threads(), count, body), measured; then chooses the team for the next round.
+    // forEachBlock(threads(), count, body), measured as part of the current round.
     template <class Body>
     void forEachBlock(std::ptrdiff_t count, Body&& body) {
         if (most_ == 1 || count <= 0) {
@@ -44,20 +45,20 @@ class AdaptiveTeam {
         if (current_ == 1) {
             double const cpuStart = threadCpuSeconds();
             detail::forEachBlock(1, count, body);
-            judgeSingleRound(secondsSince(start), threadCpuSeconds() - cpuStart);
+            cpuSeconds_.front() += threadCpuSeconds() - cpuStart;
+            wallSeconds_ += secondsSince(start);
             return;
         }
-        cpuSeconds_.assign(static_cast<std::size_t>(current_), 0.0);
         detail::forEachBlock(current_, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
             double const cpuStart = threadCpuSeconds();
             body(begin, end, thread);
-            cpuSeconds_[static_cast<std::size_t>(thread)] = threadCpuSeconds() - cpuStart;
+            cpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
         });
-        judgeTeamRound(secondsSince(start));
+        wallSeconds_ += secondsSince(start);
     }
 
-    // forEachIndex(threads(), count, body), measured: every index visited, the exception of the lowest
-    // failing index rethrown afterwards on the calling thread; then chooses the team for the next round.
+    // forEachIndex(threads(), count, body), measured as part of the current round: every index visited,
+    // the exception of the lowest failing index rethrown afterwards on the calling thread.
     template <class Body>
     void forEachIndex(std::ptrdiff_t count, Body&& body) {
         LoopFailures failures(most_);
@@ -73,19 +74,21 @@ class AdaptiveTeam {
         failures.rethrowFirst();
     }
 
+    // Ends the round: chooses the team for the next one from what this round's loops measured.
+    void endRound();
+
   private:
     static double secondsSince(std::chrono::steady_clock::time_point start) {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
-    void judgeSingleRound(double wallSeconds, double cpuSeconds);
-    void judgeTeamRound(double wallSeconds);
 
     int most_;
     int current_;
-    int singleRounds_ = 0;        // rounds on the calling thread since the last team round
-    int roundsBeforeRetry_ = 10;  // single rounds before the next team round
-    double callerShare_ = 1.0;    // share of a core the caller got in its last round alone
-    std::vector<double> cpuSeconds_;
+    int singleRounds_ = 0;            // rounds on the calling thread since the last team round
+    int roundsBeforeRetry_ = 10;      // single rounds before the next team round; 0: never again
+    double callerShare_ = 1.0;        // share of a core the caller got in its last round alone
+    double wallSeconds_ = 0.0;        // of the current round's loops
+    std::vector<double> cpuSeconds_;  // per thread, of the current round's loops
 };
 
 }  // namespace detail

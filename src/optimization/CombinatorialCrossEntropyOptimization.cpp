@@ -98,7 +98,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
 
     for (int iteration = 1;;) {
         HamiltonianPathMCGenerator generator(state.probabilities, draws);
-        generator.setMostThreads(team.threads());
+        generator.setTeam(&team);
         std::int64_t const entropy = detail::entropyCount(state.probabilities);
         detail::Population const population =
             detail::populationSize(parameters.sampleFactor, basePopulation,
@@ -124,6 +124,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
             }
             scores[static_cast<std::size_t>(index)] = objective(selection);
         });
+        team.endRound();
         state.numberOfEvaluations += count;
 
         Tessel::StatisticalCalculator calculator(population.size);

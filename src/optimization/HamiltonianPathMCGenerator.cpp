@@ -1,7 +1,5 @@
 #include "HamiltonianPathMCGenerator.h"
 
-#include "ParallelFor.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -89,7 +87,7 @@ class HamiltonianPathMCGenerator::Private {
     std::size_t drawsUsed_ = 0;  // position of this generator's engine in the stream
 
   public:
-    int mostThreads = 0;  // 0: the library's thread setting
+    detail::AdaptiveTeam* team = nullptr;  // null: the library's threads
 };
 
 HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> const& matrix,
@@ -124,27 +122,31 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
     bool const worthThreads = count * length * width_ >= kParallelWork;
-    int const threads = !worthThreads ? 1 : mostThreads > 0 ? mostThreads : detail::threadsForLoop();
+    int const threads = !worthThreads ? 1 : team != nullptr ? team->threads() : detail::threadsForLoop();
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(threads));
-    detail::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches),
-                         [&](std::ptrdiff_t batch, int thread) {
-                             WalkScratch& workerScratch = scratch[thread];
-                             double const* laneDraws[kLanes];
-                             std::vector<int>* selections[kLanes];
-                             std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-                             for (std::size_t lane = 0; lane < kLanes; ++lane) {
-                                 std::size_t const i = first + lane;
-                                 if (i < count) {
-                                     laneDraws[lane] = draws + i * length;
-                                     selections[lane] = &paths[i];
-                                 } else {
-                                     workerScratch.idleSelections.resize(kLanes);
-                                     laneDraws[lane] = draws + first * length;
-                                     selections[lane] = &workerScratch.idleSelections[lane];
-                                 }
-                             }
-                             drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
-                         });
+    auto const drawOneBatch = [&](std::ptrdiff_t batch, int thread) {
+        WalkScratch& workerScratch = scratch[static_cast<std::size_t>(thread)];
+        double const* laneDraws[kLanes];
+        std::vector<int>* selections[kLanes];
+        std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            std::size_t const i = first + lane;
+            if (i < count) {
+                laneDraws[lane] = draws + i * length;
+                selections[lane] = &paths[i];
+            } else {
+                workerScratch.idleSelections.resize(kLanes);
+                laneDraws[lane] = draws + first * length;
+                selections[lane] = &workerScratch.idleSelections[lane];
+            }
+        }
+        drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
+    };
+    if (worthThreads && team != nullptr) {
+        team->forEachIndex(static_cast<std::ptrdiff_t>(batches), drawOneBatch);
+    } else {
+        detail::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches), drawOneBatch);
+    }
 }
 
 void HamiltonianPathMCGenerator::Private::drawBatch(
@@ -219,8 +221,8 @@ HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<d
                                                        std::shared_ptr<UniformStream> stream)
     : d_(std::make_shared<Private>(matrix, std::move(stream))) {}
 
-void HamiltonianPathMCGenerator::setMostThreads(int threads) {
-    d_->mostThreads = threads > 0 ? threads : 1;
+void HamiltonianPathMCGenerator::setTeam(detail::AdaptiveTeam* team) {
+    d_->team = team;
 }
 
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,

@@ -23,6 +23,7 @@
 // threads at once.
 #pragma once
 
+#include "AdaptiveTeam.h"
 #include "UniformStream.h"
 
 #include <memory>
@@ -47,9 +48,9 @@ class HamiltonianPathMCGenerator {
     void generatePathsWithExclusions(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                                      std::vector<std::vector<int>> const& exclusionLists);
 
-    // The most threads the following calls may use (at least 1); until set, the library's thread setting.
-    // The selections do not depend on it.
-    void setMostThreads(int threads);
+    // Large populations of the following calls are drawn on `team` (which must outlive them) as part of
+    // its current round; until set, on the library's threads. The selections do not depend on it.
+    void setTeam(detail::AdaptiveTeam* team);
 
   private:
     class Private;

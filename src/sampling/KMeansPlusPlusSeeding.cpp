@@ -50,6 +50,7 @@ void updateNearestDistances(RemainingCandidates& remaining, std::size_t count, P
     };
     if (count >= kParallelThreshold) {
         team.forEachBlock(n, update);
+        team.endRound();
     } else {
         detail::forEachBlock(1, n, update);
     }

@@ -74,6 +74,7 @@ class BoundedAssignment {
         std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(candidates_.size());
         candidateTeam_.forEachIndex(
             count, [&](std::ptrdiff_t i, int) { scanAll(static_cast<std::size_t>(i), centres); });
+        candidateTeam_.endRound();
     }
 
     // Assigns every candidate after the centres moved from `before` to `centres`.
@@ -86,6 +87,7 @@ class BoundedAssignment {
         std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(candidates_.size());
         candidateTeam_.forEachIndex(
             count, [&](std::ptrdiff_t i, int) { reassignOne(static_cast<std::size_t>(i), centres); });
+        candidateTeam_.endRound();
     }
 
   private:
@@ -161,6 +163,7 @@ class BoundedAssignment {
             byX_.nearestTwo(centres[static_cast<std::size_t>(c)], nearest, itself, nearestOther);
             halfGap_[static_cast<std::size_t>(c)] = 0.5 * std::sqrt(nearestOther) - slack_;
         });
+        centreTeam_.endRound();
     }
 
     std::vector<Point> const& candidates_;

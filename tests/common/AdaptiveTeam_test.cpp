@@ -37,6 +37,7 @@ TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
             } catch (std::runtime_error const& error) {
                 message = error.what();
             }
+            team.endRound();
             EXPECT_EQ(message, round % 2 == 0 ? "index 17" : "index 321") << most << " " << round;
             for (std::atomic<int> const& count : visits) {
                 EXPECT_EQ(count.load(), 1);
@@ -54,32 +55,84 @@ TEST(AdaptiveTeam, OneThreadAtMostNeverFormsATeam) {
             EXPECT_EQ(end, 100);
             EXPECT_EQ(thread, 0);
         });
+        team.endRound();
     }
+}
+
+// Rounds of `work` CPU seconds on each thread of the team, the helper (thread 1) also waiting `wait`
+// seconds without CPU time, as when it waits for a core. Returns whether a helper took part.
+bool runRound(AdaptiveTeam& team, double work, double wait) {
+    std::atomic<bool> helperRan{false};
+    team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+        double const start = Kestrel::detail::threadCpuSeconds();
+        while (Kestrel::detail::threadCpuSeconds() - start < work) {
+        }
+        if (thread == 1) {
+            helperRan = true;
+            std::this_thread::sleep_for(std::chrono::duration<double>(wait));
+        }
+    });
+    team.endRound();
+    return helperRan;
 }
 
 TEST(AdaptiveTeam, AHelperThatKeepsTheCallerWaitingSendsTheNextRoundsToTheCallerAlone) {
     ThreadCount const threads(2);
     AdaptiveTeam team(2);
     ASSERT_EQ(team.threads(), 2);
+    if (!runRound(team, 0.002, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+    // Ten rounds alone, then a team is tried again; then forty rounds alone.
+    for (int round = 0; round < 9; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+    runRound(team, 0.0, 0.0);
+    EXPECT_EQ(team.threads(), 2);
+    runRound(team, 0.002, 0.030);
+    EXPECT_EQ(team.threads(), 1);
+    for (int round = 0; round < 39; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+    runRound(team, 0.0, 0.0);
+    EXPECT_EQ(team.threads(), 2);
+}
+
+TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
+    ThreadCount const threads(2);
+    AdaptiveTeam team(2);
+    if (!runRound(team, 0.0, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+    for (int round = 0; round < 60; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+}
+
+TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
+    ThreadCount const threads(2);
+    AdaptiveTeam team(2);
     std::atomic<bool> helperRan{false};
-    // The helper's block takes wall time without CPU time, as when it waits for a core.
-    team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
-        if (thread == 1) {
-            helperRan = true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        }
-    });
+    // Two loops in one round: the team keeps its size until the round ends.
+    for (int loop = 0; loop < 2; ++loop) {
+        team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+            if (thread == 1) {
+                helperRan = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+        });
+        EXPECT_EQ(team.threads(), 2);
+    }
+    team.endRound();
     if (!helperRan) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
     }
     EXPECT_EQ(team.threads(), 1);
-    // Ten rounds alone, then a team is tried again.
-    for (int round = 0; round < 9; ++round) {
-        team.forEachBlock(2, [](std::ptrdiff_t, std::ptrdiff_t, int thread) { EXPECT_EQ(thread, 0); });
-        EXPECT_EQ(team.threads(), 1) << round;
-    }
-    team.forEachBlock(2, [](std::ptrdiff_t, std::ptrdiff_t, int) {});
-    EXPECT_EQ(team.threads(), 2);
 }
 
 }  // namespace
