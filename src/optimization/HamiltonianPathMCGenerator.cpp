@@ -65,6 +65,8 @@ class HamiltonianPathMCGenerator::Private {
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists);
 
+    detail::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
+
   private:
     // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into *selections[k].
     void drawBatch(double const* const* laneDraws, std::size_t pathLength,
@@ -85,9 +87,6 @@ class HamiltonianPathMCGenerator::Private {
     bool nonDecreasingSums_ = true;
     std::shared_ptr<UniformStream> stream_;
     std::size_t drawsUsed_ = 0;  // position of this generator's engine in the stream
-
-  public:
-    detail::AdaptiveTeam* team = nullptr;  // null: the library's threads
 };
 
 HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> const& matrix,
