@@ -270,6 +270,8 @@ int measure(int repeats, std::vector<std::string> const& loads, std::vector<Case
             return 1;
         }
         for (std::string const& load : loads) {
+            // Let the machine settle, and the library forget what a team achieved under the last load.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
             std::unique_ptr<Sibling> const sibling = startLoad(load);
             std::vector<double> one;
             std::vector<double> two;

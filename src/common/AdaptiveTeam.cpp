@@ -3,6 +3,10 @@
 #include <time.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <limits>
 
 namespace Kestrel {
 namespace detail {
@@ -23,7 +27,26 @@ constexpr int kRetryGrowth = 4;
 // costs about a scheduling period of the operating system: it is not tried on a team again.
 constexpr double kLeastRetriedWork = 1e-3;
 
+// For this long after a team round that did not pay anywhere in the process, new sequences of rounds
+// start on the calling thread: a host that calls the library again and again on a busy machine does not pay
+// for a first team round every time.
+constexpr std::chrono::steady_clock::duration kVerdictLifetime = std::chrono::seconds(1);
+
+// When the last team round that did not pay ended (steady clock ticks), or the lowest value: none yet.
+std::atomic<std::chrono::steady_clock::rep> lastUnpaidTeamRound{
+    std::numeric_limits<std::chrono::steady_clock::rep>::lowest()};
+
+std::chrono::steady_clock::rep now() {
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
 }  // namespace
+
+bool teamRecentlyUnpaid() {
+    std::chrono::steady_clock::rep const last = lastUnpaidTeamRound.load(std::memory_order_relaxed);
+    return last > std::numeric_limits<std::chrono::steady_clock::rep>::lowest() &&
+           now() - last < kVerdictLifetime.count();
+}
 
 double threadCpuSeconds() {
     timespec now{};
@@ -32,7 +55,9 @@ double threadCpuSeconds() {
 }
 
 AdaptiveTeam::AdaptiveTeam(int mostThreads)
-    : most_(std::max(mostThreads, 1)), current_(most_), cpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
+    : most_(std::max(mostThreads, 1)),
+      current_(most_ > 1 && teamRecentlyUnpaid() ? 1 : most_),
+      cpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
 
 void AdaptiveTeam::endRound() {
     double const wallSeconds = wallSeconds_;
@@ -53,6 +78,7 @@ void AdaptiveTeam::endRound() {
             current_ = most_;
         }
     } else if (wallSeconds > kTeamTimeShare * (totalCpu / callerShare_)) {
+        lastUnpaidTeamRound.store(now(), std::memory_order_relaxed);
         current_ = 1;
         singleRounds_ = 0;
         if (totalCpu < kLeastRetriedWork) {

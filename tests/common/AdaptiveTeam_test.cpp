@@ -19,6 +19,13 @@ using Kestrel::detail::AdaptiveTeam;
 
 using Kestrel::test::ThreadCount;
 
+// Waits until no team round has failed to pay for a second, so that a new object starts on a team.
+void waitUntilTeamsAreTriedFirst() {
+    while (Kestrel::detail::teamRecentlyUnpaid()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+}
+
 TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
     for (int const most : {1, 2, 3}) {
         ThreadCount const threads(most);
@@ -78,6 +85,7 @@ bool runRound(AdaptiveTeam& team, double work, double wait) {
 
 TEST(AdaptiveTeam, AHelperThatKeepsTheCallerWaitingSendsTheNextRoundsToTheCallerAlone) {
     ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
     AdaptiveTeam team(2);
     ASSERT_EQ(team.threads(), 2);
     if (!runRound(team, 0.002, 0.030)) {
@@ -103,6 +111,7 @@ TEST(AdaptiveTeam, AHelperThatKeepsTheCallerWaitingSendsTheNextRoundsToTheCaller
 
 TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
     ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
     AdaptiveTeam team(2);
     if (!runRound(team, 0.0, 0.030)) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
@@ -116,6 +125,7 @@ TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
 
 TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
     ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
     AdaptiveTeam team(2);
     std::atomic<bool> helperRan{false};
     // Two loops in one round: the team keeps its size until the round ends.
@@ -133,6 +143,27 @@ TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
     }
     EXPECT_EQ(team.threads(), 1);
+}
+
+TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
+    AdaptiveTeam first(2);
+    if (!runRound(first, 0.002, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_TRUE(Kestrel::detail::teamRecentlyUnpaid());
+    AdaptiveTeam second(2);
+    EXPECT_EQ(second.threads(), 1);
+    EXPECT_EQ(AdaptiveTeam(1).threads(), 1);
+    // It still tries a team after ten rounds alone.
+    for (int round = 0; round < 10; ++round) {
+        runRound(second, 0.0, 0.0);
+    }
+    EXPECT_EQ(second.threads(), 2);
+    waitUntilTeamsAreTriedFirst();
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
 }
 
 }  // namespace
