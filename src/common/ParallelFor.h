@@ -18,7 +18,6 @@
 #include <exception>
 #include <limits>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "ThreadLimit.h"
@@ -76,19 +75,15 @@ class LoopFailures {
     std::atomic<std::ptrdiff_t> lowest_{std::numeric_limits<std::ptrdiff_t>::max()};
 };
 
-// The block of consecutive indices that thread `thread` of a team of `members` handles: blocks follow the
-// thread numbers in order and together cover 0 ... count - 1.
-inline std::pair<std::ptrdiff_t, std::ptrdiff_t> blockOf(std::ptrdiff_t count, std::ptrdiff_t members,
-                                                         std::ptrdiff_t thread) {
-    std::ptrdiff_t const share = count / members;
-    std::ptrdiff_t const extra = count % members;
-    std::ptrdiff_t const begin = thread * share + std::min(thread, extra);
-    return {begin, begin + share + (thread < extra ? 1 : 0)};
-}
+// Pieces of work per thread that a loop is cut into: enough for a thread that runs late, or shares its
+// core with other work, to leave the rest to the others; few enough that handing them out costs nothing.
+constexpr std::ptrdiff_t kChunksPerThread = 8;
 
-// Calls body(begin, end, thread) once per thread of a team of at most `threads`, on consecutive blocks
-// that together cover 0 ... count - 1 in order (empty blocks are not passed). For loops whose body cannot
-// fail part-way (an exception leaves the rest of its block undone). `thread` lies in 0 ... threads - 1.
+// Calls body(begin, end, thread) on chunks of consecutive indices that together cover 0 ... count - 1
+// once, on a team of at most `threads`: each thread takes the next chunk not yet taken, so a thread that
+// gets less of a core does less of the work. For loops whose body cannot fail part-way (an exception
+// leaves the rest of its chunk undone; the one of the lowest chunk is rethrown afterwards). `thread` lies
+// in 0 ... threads - 1.
 template <class Body>
 void forEachBlock(int threads, std::ptrdiff_t count, Body&& body) {
     if (count <= 0) {
@@ -99,50 +94,42 @@ void forEachBlock(int threads, std::ptrdiff_t count, Body&& body) {
         body(std::ptrdiff_t{0}, count, 0);
         return;
     }
+    std::ptrdiff_t const chunk = std::max<std::ptrdiff_t>(1, count / (team * kChunksPerThread));
+    std::atomic<std::ptrdiff_t> next{0};
     LoopFailures failures(team);
 #pragma omp parallel num_threads(team)
     {
         int const thread = omp_get_thread_num();
-        std::pair<std::ptrdiff_t, std::ptrdiff_t> const block = blockOf(count, omp_get_num_threads(), thread);
-        if (block.first < block.second) {
+        for (;;) {
+            std::ptrdiff_t const begin = next.fetch_add(chunk, std::memory_order_relaxed);
+            if (begin >= count) {
+                break;
+            }
             try {
-                body(block.first, block.second, thread);
+                body(begin, std::min(begin + chunk, count), thread);
             } catch (...) {
-                failures.capture(thread, block.first);
+                failures.capture(thread, begin);
             }
         }
     }
     failures.rethrowFirst();
 }
 
-// Calls body(index, thread) for every index = 0 ... count - 1, each thread of a team of at most `threads`
-// on one block of consecutive indices in ascending order. The loop always runs to its end; if bodies
+// Calls body(index, thread) for every index = 0 ... count - 1, on chunks of consecutive indices as
+// forEachBlock() hands them out, each chunk in ascending order. The loop always runs to its end; if bodies
 // throw, the exception of the lowest failing index is rethrown afterwards on the calling thread.
 template <class Body>
 void forEachIndex(int threads, std::ptrdiff_t count, Body&& body) {
-    if (count <= 0) {
-        return;
-    }
-    int const team = static_cast<int>(std::min<std::ptrdiff_t>(std::max(threads, 1), count));
-    LoopFailures failures(team);
-    auto const runBlock = [&](std::pair<std::ptrdiff_t, std::ptrdiff_t> block, int thread) {
-        for (std::ptrdiff_t index = block.first; index < block.second; ++index) {
+    LoopFailures failures(threads);
+    forEachBlock(threads, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+        for (std::ptrdiff_t index = begin; index < end; ++index) {
             try {
                 body(index, thread);
             } catch (...) {
                 failures.capture(thread, index);
             }
         }
-    };
-    if (team == 1) {
-        runBlock({0, count}, 0);
-    } else {
-#pragma omp parallel num_threads(team)
-        {
-            int const thread = omp_get_thread_num();
-            runBlock(blockOf(count, omp_get_num_threads(), thread), thread);
-        }
-    }
+    });
     failures.rethrowFirst();
 }
 

@@ -66,16 +66,30 @@ TEST(AdaptiveTeam, OneThreadAtMostNeverFormsATeam) {
     }
 }
 
-// Rounds of `work` CPU seconds on each thread of the team, the helper (thread 1) also waiting `wait`
-// seconds without CPU time, as when it waits for a core. Returns whether a helper took part.
+// Waits, without using the processor, until `flag` is set or two seconds have passed.
+void waitFor(std::atomic<bool> const& flag) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!flag && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+}
+
+// A round of two chunks: `work` CPU seconds on each, and the helper's chunk (on a thread other than the
+// caller) also waits `wait` seconds without CPU time, as when it waits for a core. On a team, the caller
+// leaves the second chunk to the helper. Returns whether a helper took part.
 bool runRound(AdaptiveTeam& team, double work, double wait) {
+    bool const onATeam = team.threads() > 1;
     std::atomic<bool> helperRan{false};
     team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+        if (thread != 0) {
+            helperRan = true;
+        } else if (onATeam) {
+            waitFor(helperRan);
+        }
         double const start = Kestrel::detail::threadCpuSeconds();
         while (Kestrel::detail::threadCpuSeconds() - start < work) {
         }
-        if (thread == 1) {
-            helperRan = true;
+        if (thread != 0) {
             std::this_thread::sleep_for(std::chrono::duration<double>(wait));
         }
     });
@@ -131,9 +145,11 @@ TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
     // Two loops in one round: the team keeps its size until the round ends.
     for (int loop = 0; loop < 2; ++loop) {
         team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
-            if (thread == 1) {
+            if (thread != 0) {
                 helperRan = true;
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            } else {
+                waitFor(helperRan);
             }
         });
         EXPECT_EQ(team.threads(), 2);
