@@ -27,14 +27,15 @@ constexpr int kRetryGrowth = 4;
 // costs about a scheduling period of the operating system: it is not tried on a team again.
 constexpr double kLeastRetriedWork = 1e-3;
 
-// For this long after a team round that did not pay anywhere in the process, new sequences of rounds
-// start on the calling thread: a host that calls the library again and again on a busy machine does not pay
-// for a first team round every time.
+// For this long after a team round of at least kLeastRetriedWork that did not pay anywhere in the process
+// (and no such round paid since), new sequences of rounds start on the calling thread: a host that calls
+// the library again and again on a busy machine does not pay for a first team round every time.
 constexpr std::chrono::steady_clock::duration kVerdictLifetime = std::chrono::seconds(1);
 
 // When the last team round that did not pay ended (steady clock ticks), or the lowest value: none yet.
-std::atomic<std::chrono::steady_clock::rep> lastUnpaidTeamRound{
-    std::numeric_limits<std::chrono::steady_clock::rep>::lowest()};
+constexpr std::chrono::steady_clock::rep kNoVerdict =
+    std::numeric_limits<std::chrono::steady_clock::rep>::lowest();
+std::atomic<std::chrono::steady_clock::rep> lastUnpaidTeamRound{kNoVerdict};
 
 std::chrono::steady_clock::rep now() {
     return std::chrono::steady_clock::now().time_since_epoch().count();
@@ -44,14 +45,13 @@ std::chrono::steady_clock::rep now() {
 
 bool teamRecentlyUnpaid() {
     std::chrono::steady_clock::rep const last = lastUnpaidTeamRound.load(std::memory_order_relaxed);
-    return last > std::numeric_limits<std::chrono::steady_clock::rep>::lowest() &&
-           now() - last < kVerdictLifetime.count();
+    return last > kNoVerdict && now() - last < kVerdictLifetime.count();
 }
 
 double threadCpuSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
 }
 
 AdaptiveTeam::AdaptiveTeam(int mostThreads)
@@ -78,12 +78,16 @@ void AdaptiveTeam::endRound() {
             current_ = most_;
         }
     } else if (wallSeconds > kTeamTimeShare * (totalCpu / callerShare_)) {
-        lastUnpaidTeamRound.store(now(), std::memory_order_relaxed);
         current_ = 1;
         singleRounds_ = 0;
         if (totalCpu < kLeastRetriedWork) {
-            roundsBeforeRetry_ = 0;
+            roundsBeforeRetry_ = 0;  // too short to tell anything about the machine
+        } else {
+            lastUnpaidTeamRound.store(now(), std::memory_order_relaxed);
         }
+    } else if (totalCpu >= kLeastRetriedWork) {
+        // A round long enough to tell paid: the machine has a free core now.
+        lastUnpaidTeamRound.store(kNoVerdict, std::memory_order_relaxed);
     }
 }
 

@@ -10,9 +10,10 @@
 // own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
 // tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
 // costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
-// are not tried on a team again. For a second after a team round anywhere in the process did not pay, new
-// objects start with the calling thread alone (and try a team after 10 rounds), so that a host calling
-// the library again and again on a busy machine does not pay for a first team round every time. The
+// are not tried on a team again. For a second after a team round of a millisecond or more anywhere in the
+// process did not pay (unless one paid since), new objects start with the calling thread alone (and try a
+// team after 10 rounds), so that a host calling the library again and again on a busy machine does not
+// pay for a first team round every time. The
 // choice changes only who computes what; every result stays the same bit for bit. One object serves one
 // sequence of rounds on one calling thread.
 #pragma once
@@ -29,7 +30,8 @@ namespace detail {
 // CPU time consumed by the calling thread so far, in seconds.
 double threadCpuSeconds();
 
-// True for a second after a team round anywhere in the process did not pay.
+// True for a second after a team round of a millisecond or more anywhere in the process did not pay,
+// unless one paid since.
 bool teamRecentlyUnpaid();
 
 class AdaptiveTeam {

@@ -131,6 +131,9 @@ TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
     }
     EXPECT_EQ(team.threads(), 1);
+    // Nor does such a round tell other sequences anything about the machine.
+    EXPECT_FALSE(Kestrel::detail::teamRecentlyUnpaid());
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
     for (int round = 0; round < 60; ++round) {
         runRound(team, 0.0, 0.0);
         EXPECT_EQ(team.threads(), 1) << round;

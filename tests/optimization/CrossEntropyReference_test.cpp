@@ -201,7 +201,7 @@ TEST(CrossEntropyReference, OptimizeMatchesReferenceWhileTheTeamComesAndGoes) {
         [&](std::vector<int> const& selection) {
             // Work enough for a round to be worth retrying on a team.
             volatile double sink = 0.0;
-            for (int i = 0; i < 400; ++i) {
+            for (int i = 0; i < 4000; ++i) {
                 sink = sink + 1.0;
             }
             if (omp_get_thread_num() != 0) {
