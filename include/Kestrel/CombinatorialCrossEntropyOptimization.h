@@ -4,7 +4,7 @@
 // drawn, row i: the item following node i; entry k of a row is the weight of the step to node k+1) and an
 // objective that scores one selection (lower is better). Node 0 is the start and is not written into a
 // selection; items are nodes 1 ... n-1. Each iteration draws a population of selections from the matrix
-// with a generator reseeded with the fixed seed 193, scores them in parallel (OpenMP, static schedule),
+// with a generator reseeded with the fixed seed 193, scores them in parallel (OpenMP),
 // takes a quantile of the scores as elite threshold and moves the matrix towards the transition
 // frequencies of the elite. The best selection seen is written to `result`.
 //
