@@ -103,8 +103,9 @@ class KESTREL_API DomainSampler2D {
     // same work, so after a first round on a team they go on with the calling thread alone whenever the
     // team did not pay (a machine whose cores are busy). The result does not depend on the number of
     // threads.
-    // Throws: whatever generateCandidates throws (`out` is then unchanged); std::length_error if 100 * n
-    // exceeds the int range; std::bad_alloc when memory runs out.
+    // Throws: whatever generateCandidates throws (`out` is then unchanged); std::invalid_argument naming the
+    // first candidate with a NaN or infinite coordinate, before any clustering (`out` unchanged);
+    // std::length_error if 100 * n exceeds the int range; std::bad_alloc when memory runs out.
     void calculateSamples(int n, std::vector<Point>& out);
 };
 
