@@ -4,6 +4,7 @@
 #include "input/AnnealInput.h"
 #include "input/HelpExamples.h"
 #include "input/JsonInput.h"
+#include "output/NumberFormat.h"
 
 #include <Kestrel/ReadyComponents4HSA.h>
 
@@ -16,7 +17,7 @@ namespace ktx {
 namespace {
 
 struct AnnealOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 
@@ -32,7 +33,8 @@ std::string namesList() {
 Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
     std::vector<std::string> const names = Kestrel::getTestFunctionNames4HSA();
     if (std::find(names.begin(), names.end(), input.function) == names.end()) {
-        failField("function", "unknown test function \"" + input.function + "\"; known: " + namesList());
+        failField("function",
+                  "unknown test function \"" + excerpt(input.function) + "\"; known: " + namesList());
     }
     try {
         return Kestrel::makeTestFunction4HSA(input.function, input.dimension);
@@ -43,7 +45,7 @@ Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
 
 void runAnneal(AnnealOptions const& options) {
     options.output.checkWritable();
-    TextInput const text = readTextInput(options.input);
+    TextInput const text = readInput(options.input);
     AnnealInput input;
     Kestrel::TestFunction4HSA function;
     try {
@@ -65,12 +67,30 @@ void runAnneal(AnnealOptions const& options) {
     try {
         requireBoundedAnnealWork(settings.coolingFactor, settings.finalTemperatureRatio,
                                  settings.stepsPerSample, settings.chains, settings.refinementCalls);
+        requireSteppableBox(box, settings.stepFraction);
     } catch (InputError const& error) {
         throw InputError(withSource(text.source, error.what()));
     }
 
-    Kestrel::AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(
-        function.objective, function.gradient, box, static_cast<std::uint32_t>(input.seed), settings);
+    // Every integration step evaluates the gradient once, whether it is cut short at a wall or not, and so
+    // does every refinement call: counting the evaluations bounds the run whatever the walls do.
+    double gradientEvaluations = 0;
+    Kestrel::Gradient4HSA const countedGradient = [&](std::vector<double> const& x, std::vector<double>& g) {
+        if (++gradientEvaluations > kMaxAnnealGradientEvaluations) {
+            failField("settings", "the run needs more than " + formatNumber(kMaxAnnealGradientEvaluations) +
+                                      " gradient evaluations (integration steps, also those cut short at the "
+                                      "box's walls, and refinement calls); lower stepFraction, "
+                                      "stepsPerSample or chains");
+        }
+        function.gradient(x, g);
+    };
+    Kestrel::AnnealingResult4HSA found;
+    try {
+        found = Kestrel::annealInBox4HSA(function.objective, countedGradient, box,
+                                         static_cast<std::uint32_t>(input.seed), settings);
+    } catch (InputError const& error) {
+        throw InputError(withSource(text.source, error.what()));
+    }
 
     nlohmann::ordered_json boxJson = nlohmann::ordered_json::array();
     for (auto const& [lower, upper] : box) {

@@ -13,7 +13,7 @@ namespace ktx {
 namespace {
 
 struct AssignOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 

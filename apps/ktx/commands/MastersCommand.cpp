@@ -15,7 +15,7 @@ namespace ktx {
 namespace {
 
 struct MastersOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 

@@ -16,14 +16,14 @@ namespace ktx {
 namespace {
 
 struct Sample2dOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     std::string format = "csv";
 };
 
 void runSample2d(Sample2dOptions const& options) {
     options.output.checkWritable();
-    TextInput const text = readTextInput(options.input);
+    TextInput const text = readInput(options.input);
     Sample2dInput input;
     std::unique_ptr<Kestrel::PolygonSampler2D> sampler;
     try {
@@ -43,6 +43,10 @@ void runSample2d(Sample2dOptions const& options) {
     std::vector<std::pair<double, double>> points;
     sampler->calculateSamples(input.n, points);
 
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        requireFiniteResult(points[i].first, "points[" + std::to_string(i) + "][0]");
+        requireFiniteResult(points[i].second, "points[" + std::to_string(i) + "][1]");
+    }
     std::string output;
     if (options.format == "json") {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();

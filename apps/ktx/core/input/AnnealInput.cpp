@@ -94,6 +94,17 @@ AnnealInput parseAnnealInput(std::string const& text) {
     return input;
 }
 
+void requireSteppableBox(std::vector<std::pair<double, double>> const& box, double stepFraction) {
+    for (std::size_t i = 0; i < box.size(); ++i) {
+        double const width = box[i].second - box[i].first;
+        if (!(stepFraction * width > 0.0)) {
+            failField("box[" + std::to_string(i) + "]",
+                      "width " + formatNumber(width) + " is too narrow to step in: stepFraction " +
+                          formatNumber(stepFraction) + " times the width is 0 in double precision");
+        }
+    }
+}
+
 void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
                               int chains, int refinementCalls) {
     double const samplesPerChain = 1.0 + std::ceil(std::log(finalTemperatureRatio) / std::log(coolingFactor));
