@@ -1,5 +1,5 @@
-// Plain transcription of the path generator and of the cross-entropy loop, step by step, kept as the
-// reference the library is compared with bit for bit: one sequential draw after the other from a standard
+// Reference implementation of the path generator and of the cross-entropy loop, step by step, that the
+// library is compared with bit for bit: one sequential draw after the other from a standard
 // mt19937 (u = x * 2^-32 computed here, not by a distribution class), separate total and walk loops,
 // transition counts in an ordered map, everything on one thread.
 #pragma once
@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace LiteralCrossEntropy {
+namespace ReferenceCrossEntropy {
 
 class Generator {
   public:
@@ -55,4 +55,4 @@ std::vector<std::vector<int>> exclusionLists(std::vector<int> const& groups, int
 double optimize(State& state, Parameters const& parameters, std::vector<int>& result, Callback* callback,
                 int basePopulation);
 
-}  // namespace LiteralCrossEntropy
+}  // namespace ReferenceCrossEntropy

@@ -1,4 +1,4 @@
-// Plain transcriptions of the drawbead toy model's geometry and of the master optimiser's score and
+// Reference implementations of the drawbead toy model's geometry and of the master optimiser's score and
 // interpolation, computed from the raw vectors, and seeded random lines to compare them with the library.
 #pragma once
 
@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace Kestrel::twin {
+namespace Kestrel::ReferenceToyModel {
 
 struct Line {
     std::vector<double> lengths;
@@ -176,4 +176,4 @@ inline std::vector<int> randomAscendingChoice(std::mt19937& engine, int n, int c
     return choice;
 }
 
-}  // namespace Kestrel::twin
+}  // namespace Kestrel::ReferenceToyModel

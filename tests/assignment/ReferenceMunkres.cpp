@@ -1,10 +1,10 @@
-#include "MunkresStepsTwin.h"
+#include "ReferenceMunkres.h"
 
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
 
-namespace twin {
+namespace ReferenceMunkres {
 namespace {
 
 struct State {
@@ -201,4 +201,4 @@ Result solveByMunkresSteps(std::vector<std::vector<double>> const& matrix) {
     return result;
 }
 
-}  // namespace twin
+}  // namespace ReferenceMunkres

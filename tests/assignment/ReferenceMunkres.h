@@ -1,4 +1,4 @@
-// A plain transcription of the Munkres steps, written independently of the library: the steps call
+// A reference implementation of the Munkres steps, written independently of the library: the steps call
 // each other directly (mutual recursion), every buffer is a std::vector, and nothing is optimised. The
 // tests compare the library against it bit for bit. Only for small matrices: its stack grows with the
 // number of iterations.
@@ -6,7 +6,7 @@
 
 #include <vector>
 
-namespace twin {
+namespace ReferenceMunkres {
 
 struct Result {
     std::vector<int> assignment;
@@ -17,4 +17,4 @@ struct Result {
 
 Result solveByMunkresSteps(std::vector<std::vector<double>> const& matrix);
 
-}  // namespace twin
+}  // namespace ReferenceMunkres

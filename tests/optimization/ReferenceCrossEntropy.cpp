@@ -1,4 +1,4 @@
-#include "LiteralCrossEntropy.h"
+#include "ReferenceCrossEntropy.h"
 
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
@@ -8,7 +8,7 @@
 #include <map>
 #include <utility>
 
-namespace LiteralCrossEntropy {
+namespace ReferenceCrossEntropy {
 
 Generator::Generator(std::vector<std::vector<double>> const& matrix, unsigned int seed) : engine_(seed) {
     for (std::vector<double> const& row : matrix) {
@@ -258,4 +258,4 @@ double optimize(State& state, Parameters const& parameters, std::vector<int>& re
     return lastMinimum;
 }
 
-}  // namespace LiteralCrossEntropy
+}  // namespace ReferenceCrossEntropy

@@ -1,7 +1,7 @@
-// The library's optimiser and generator against their plain transcription, bit for bit, on seeded random
+// The library's optimiser and generator against their reference implementation, bit for bit, on seeded random
 // matrices, objectives, pre-groups and parameters, with 1 and 2 threads.
 #include "HamiltonianPathMCGenerator.h"
-#include "LiteralCrossEntropy.h"
+#include "ReferenceCrossEntropy.h"
 #include "TestProblems.h"
 
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
@@ -22,7 +22,7 @@ class ThreadCount : public ::testing::TestWithParam<int> {
     void TearDown() override { omp_set_num_threads(1); }
 };
 
-TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
+TEST_P(ThreadCount, GeneratorMatchesReference) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 300; ++trial) {
         // One trial in ten is large enough to be drawn by a team of threads; the others run on one.
@@ -36,17 +36,17 @@ TEST_P(ThreadCount, GeneratorMatchesPlainTranscription) {
                                      : static_cast<int>(random() % static_cast<unsigned>(rows + 2));
         unsigned int const seed = trial % 2 == 0 ? 193u : static_cast<unsigned>(random());
         bool const grouped = trial % 3 == 0 && rows > 1;
-        auto const lists = grouped ? LiteralCrossEntropy::exclusionLists(
+        auto const lists = grouped ? ReferenceCrossEntropy::exclusionLists(
                                          OptimizationTests::randomGroups(random, rows - 1), rows)
                                    : std::vector<std::vector<int>>{};
 
-        LiteralCrossEntropy::Generator literal(matrix, seed);
+        ReferenceCrossEntropy::Generator reference(matrix, seed);
         Kestrel::HamiltonianPathMCGenerator generator(matrix, seed);
         // Two populations from the same generator: the engine goes on where the first one stopped.
         for (int round = 0; round < 2; ++round) {
             std::vector<std::vector<int>> expected;
             std::vector<std::vector<int>> actual(3, std::vector<int>{7, 7});
-            literal.generate(paths, expected, pathLength, grouped ? &lists : nullptr);
+            reference.generate(paths, expected, pathLength, grouped ? &lists : nullptr);
             if (grouped) {
                 generator.generatePathsWithExclusions(paths, actual, pathLength, lists);
             } else {
@@ -69,7 +69,7 @@ struct TrialShape {
     bool alwaysCallback;
 };
 
-// Runs the library and the plain transcription on random problems of the given shape, twice in a row on
+// Runs the library and the reference implementation on random problems of the given shape, twice in a row on
 // the same objects, and compares return values, results, evaluation counts and every matrix the callback
 // receives, bit for bit.
 void compareOptimize(unsigned int seed, TrialShape const& shape) {
@@ -102,24 +102,26 @@ void compareOptimize(unsigned int seed, TrialShape const& shape) {
         bool const withCallback = shape.alwaysCallback || random() % 2 == 0;
 
         // Both callbacks record the matrix they receive and change it the same way.
-        std::vector<std::vector<std::vector<double>>> literalSeen;
-        LiteralCrossEntropy::Callback literalCallback = [&](std::vector<std::vector<double>>& m, double a) {
-            literalSeen.push_back(m);
+        std::vector<std::vector<std::vector<double>>> referenceSeen;
+        ReferenceCrossEntropy::Callback referenceCallback = [&](std::vector<std::vector<double>>& m,
+                                                                double a) {
+            referenceSeen.push_back(m);
             m[0][0] = m[0][0] * a + 0.01;
         };
-        LiteralCrossEntropy::State state;
+        ReferenceCrossEntropy::State state;
         state.probabilities = matrix;
         state.objective = &objective;
         state.ordered = ordered;
         state.pathLength = pathLength;
         if (!groups.empty()) {
-            state.exclusionLists = LiteralCrossEntropy::exclusionLists(groups, rows);
+            state.exclusionLists = ReferenceCrossEntropy::exclusionLists(groups, rows);
         }
-        LiteralCrossEntropy::Parameters const literalParameters{
+        ReferenceCrossEntropy::Parameters const referenceParameters{
             smoothing, quantile, sampleFactor, stallIterations, checkBestStall, maxIterations, dynamics};
         std::vector<int> expected{42};
-        double const expectedValue = LiteralCrossEntropy::optimize(
-            state, literalParameters, expected, withCallback ? &literalCallback : nullptr, basePopulation);
+        double const expectedValue =
+            ReferenceCrossEntropy::optimize(state, referenceParameters, expected,
+                                            withCallback ? &referenceCallback : nullptr, basePopulation);
 
         std::vector<std::vector<std::vector<double>>> seen;
         CombinatorialCrossEntropyOptimization::Callback callback = [&](std::vector<std::vector<double>>& m,
@@ -144,16 +146,16 @@ void compareOptimize(unsigned int seed, TrialShape const& shape) {
         ASSERT_TRUE(sameBits(expectedValue, actualValue)) << "trial " << trial;
         ASSERT_EQ(expected, actual) << "trial " << trial;
         ASSERT_EQ(state.numberOfEvaluations, optimiser.getNumberOfEvaluations()) << "trial " << trial;
-        ASSERT_EQ(literalSeen.size(), seen.size()) << "trial " << trial;
+        ASSERT_EQ(referenceSeen.size(), seen.size()) << "trial " << trial;
         for (std::size_t call = 0; call < seen.size(); ++call) {
-            ASSERT_TRUE(sameBits(literalSeen[call], seen[call])) << "trial " << trial << " call " << call;
+            ASSERT_TRUE(sameBits(referenceSeen[call], seen[call])) << "trial " << trial << " call " << call;
         }
 
         // The learnt matrix is kept: a second run starts from it in both.
         std::vector<int> expectedAgain{42};
         std::vector<int> actualAgain{42};
-        double const expectedAgainValue =
-            LiteralCrossEntropy::optimize(state, literalParameters, expectedAgain, nullptr, basePopulation);
+        double const expectedAgainValue = ReferenceCrossEntropy::optimize(
+            state, referenceParameters, expectedAgain, nullptr, basePopulation);
         double const actualAgainValue = optimiser.optimize(parameters, actualAgain, nullptr, basePopulation);
         ASSERT_TRUE(sameBits(expectedAgainValue, actualAgainValue)) << "trial " << trial;
         ASSERT_EQ(expectedAgain, actualAgain) << "trial " << trial;
@@ -161,15 +163,15 @@ void compareOptimize(unsigned int seed, TrialShape const& shape) {
     }
 }
 
-TEST_P(ThreadCount, OptimizeMatchesPlainTranscription) {
+TEST_P(ThreadCount, OptimizeMatchesReference) {
     compareOptimize(5, {150, 1, 9, 5.0, 13, 2, 15, false});
 }
 
-TEST_P(ThreadCount, OptimizeWithCappedPopulationsAndCallbacksMatchesPlainTranscription) {
+TEST_P(ThreadCount, OptimizeWithCappedPopulationsAndCallbacksMatchesReference) {
     compareOptimize(6, {100, 2, 9, 3.0, 13, 8, 6, true});
 }
 
-TEST_P(ThreadCount, OptimizeOnWiderMatricesMatchesPlainTranscription) {
+TEST_P(ThreadCount, OptimizeOnWiderMatricesMatchesReference) {
     compareOptimize(7, {12, 10, 30, 1.2, 6, 2, 40, false});
 }
 

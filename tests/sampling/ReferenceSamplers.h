@@ -1,4 +1,4 @@
-// Plain transcriptions of the samplers' steps, without any of the library's speed-ups: lists erased from
+// Reference implementations of the samplers' steps, without any of the library's speed-ups: lists erased from
 // the middle, serial loops, every distance of every Lloyd assignment computed, member lists per centre.
 // They are the reference that the library's results must equal bit for bit.
 #pragma once
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace literal {
+namespace ReferenceSamplers {
 
 using Point = std::pair<double, double>;
 using Candidates = std::vector<std::vector<double>>;
@@ -222,4 +222,4 @@ inline std::vector<Point> domainSamples(std::vector<Point> const& candidates, in
     return centres;
 }
 
-}  // namespace literal
+}  // namespace ReferenceSamplers
