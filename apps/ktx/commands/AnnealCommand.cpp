@@ -124,7 +124,9 @@ Command addAnnealCommand(CLI::App& tool) {
         "function's usual "
         "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\" "
         "(up to 1000), \"coolingFactor\", \"finalTemperatureRatio\", \"chains\", \"freshStartInterval\", "
-        "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}.\n"
+        "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}; the "
+        "run "
+        "stops with an error after 1e7 gradient evaluations (steps cut short at the box's walls count too).\n"
         "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);
