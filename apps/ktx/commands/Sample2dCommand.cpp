@@ -75,7 +75,7 @@ Command addSample2dCommand(CLI::App& tool) {
         "Well-spread points inside a polygon with holes: 100 n random candidates inside the polygon "
         "(fixed seed), clustered by k-means; every point returned is one of the candidates.\n"
         "Input: {\"outer\": [[x, y], ...], \"holes\": [[[x, y], ...], ...] optional, \"n\": 1 to 2000}; "
-        "rings in either orientation, edges must not cross; at most 20000 edges in all, coordinates at most "
+        "rings in either orientation, edges must not cross; at most 10000 edges in all, coordinates at most "
         "1e150 "
         "in magnitude, the outline at least 1e-150 wide and high.\n"
         "Output: CSV x,y (or JSON with --format json).");

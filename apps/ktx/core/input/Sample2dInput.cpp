@@ -30,7 +30,7 @@ void requireMeasurableGeometry(Sample2dInput const& input) {
         failField("outer",
                   "the outline has " + std::to_string(edges) + " edges in all, more than " +
                       std::to_string(kMaxOutlineEdges) +
-                      " (checking that no two edges touch compares every pair); simplify the outline");
+                      " (checking that no two edges touch may compare every pair); simplify the outline");
     }
     auto const checkMagnitude = [](Ring const& ring, std::string const& field) {
         for (std::size_t i = 0; i < ring.size(); ++i) {

@@ -22,9 +22,10 @@ using Ring = std::vector<std::pair<double, double>>;
 // The k-means step costs about n * 100 n distance computations per iteration: beyond this the run takes
 // minutes.
 constexpr int kMaxSamples = 2000;
-// Checking that no two edges of the outline touch compares every pair of edges: beyond this many edges in
-// all (outer ring and holes) that check alone takes seconds.
-constexpr std::size_t kMaxOutlineEdges = 20000;
+// Checking that no two edges of the outline touch compares the pairs of edges whose x ranges overlap, in
+// the worst case (long zigzag edges) every pair: at this many edges in all (outer ring and holes) that check
+// alone takes a few seconds.
+constexpr std::size_t kMaxOutlineEdges = 10000;
 // The polygon's geometry multiplies coordinate differences: beyond this magnitude such products overflow,
 // and for a polygon narrower than kMinPolygonExtent in x or y they underflow to 0.
 constexpr double kMaxCoordinate = 1e150;
