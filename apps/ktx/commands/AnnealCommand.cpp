@@ -72,16 +72,9 @@ void runAnneal(AnnealOptions const& options) {
         throw InputError(withSource(text.source, error.what()));
     }
 
-    // Every integration step evaluates the gradient once, whether it is cut short at a wall or not, and so
-    // does every refinement call: counting the evaluations bounds the run whatever the walls do.
-    double gradientEvaluations = 0;
+    GradientBudget budget;
     Kestrel::Gradient4HSA const countedGradient = [&](std::vector<double> const& x, std::vector<double>& g) {
-        if (++gradientEvaluations > kMaxAnnealGradientEvaluations) {
-            failField("settings", "the run needs more than " + formatNumber(kMaxAnnealGradientEvaluations) +
-                                      " gradient evaluations (integration steps, also those cut short at the "
-                                      "box's walls, and refinement calls); lower stepFraction, "
-                                      "stepsPerSample or chains");
-        }
+        budget.spendOne();
         function.gradient(x, g);
     };
     Kestrel::AnnealingResult4HSA found;
@@ -90,6 +83,15 @@ void runAnneal(AnnealOptions const& options) {
                                          static_cast<std::uint32_t>(input.seed), settings);
     } catch (InputError const& error) {
         throw InputError(withSource(text.source, error.what()));
+    } catch (std::runtime_error const& error) {
+        // The integrator's own guard: a block of steps that advanced (almost) no time.
+        if (std::string(error.what()).find("the integration makes no progress") == std::string::npos) {
+            throw;
+        }
+        throw InputError(withSource(text.source,
+                                    "field 'settings': the integration makes no progress: its steps "
+                                    "are cut short at the box's walls without advancing; lower "
+                                    "stepFraction"));
     }
 
     nlohmann::ordered_json boxJson = nlohmann::ordered_json::array();

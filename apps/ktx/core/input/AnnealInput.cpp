@@ -105,6 +105,16 @@ void requireSteppableBox(std::vector<std::pair<double, double>> const& box, doub
     }
 }
 
+void GradientBudget::spendOne() {
+    spent_ += 1;
+    if (spent_ > limit_) {
+        failField("settings",
+                  "the run needs more than " + formatNumber(limit_) +
+                      " gradient evaluations (integration steps, also those cut short at the box's "
+                      "walls, and refinement calls); lower stepFraction, stepsPerSample or chains");
+    }
+}
+
 void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
                               int chains, int refinementCalls) {
     double const samplesPerChain = 1.0 + std::ceil(std::log(finalTemperatureRatio) / std::log(coolingFactor));

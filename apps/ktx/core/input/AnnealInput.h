@@ -55,4 +55,17 @@ void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio
 // positive (a width of 5e-324 underflows to a step of 0). Names the field "box[i]".
 void requireSteppableBox(std::vector<std::pair<double, double>> const& box, double stepFraction);
 
+// Counts a run's gradient evaluations: every integration step makes one, whether it is cut short at a wall
+// or not, and so does every refinement call, so the count bounds the run whatever the walls do.
+class GradientBudget {
+  public:
+    explicit GradientBudget(double limit = kMaxAnnealGradientEvaluations) : limit_(limit) {}
+    // Counts one evaluation. Throws InputError (field "settings") once more than the limit are counted.
+    void spendOne();
+
+  private:
+    double limit_;
+    double spent_ = 0;
+};
+
 }  // namespace ktx
