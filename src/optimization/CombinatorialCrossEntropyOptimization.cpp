@@ -1,14 +1,17 @@
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
 
+#include "AdaptiveTeam.h"
 #include "CrossEntropySteps.h"
 #include "HamiltonianPathMCGenerator.h"
-#include "ParallelLoop.h"
+#include "OptimiserInputChecks.h"
 
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -25,6 +28,17 @@ bool isStaticPopulation(CombinatorialCrossEntropyOptimization::PopulationDynamic
     std::underlying_type_t<CombinatorialCrossEntropyOptimization::PopulationDynamics> raw;
     std::memcpy(&raw, &dynamics, sizeof raw);
     return raw == 0;
+}
+
+// The progress callback may change the weights but not the shape of the matrix: the next iteration's walk
+// and update are sized for `rows` rows.
+void checkMatrixAfterCallback(std::vector<std::vector<double>> const& matrix, int rows) {
+    if (matrix.size() != static_cast<std::size_t>(rows)) {
+        throw std::invalid_argument("optimize: the progress callback left the matrix with " +
+                                    std::to_string(matrix.size()) + " rows instead of " +
+                                    std::to_string(rows));
+    }
+    detail::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
 }
 
 }  // namespace
@@ -66,8 +80,9 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
         d_->exclusionLists.clear();
         return;
     }
-    d_->exclusionLists =
-        optimization::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
+    int const rows = static_cast<int>(d_->probabilities.size());
+    detail::checkPreGroupBoundaries(*groups, rows);
+    d_->exclusionLists = optimization::buildExclusionLists(*groups, rows);
 }
 
 std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
@@ -81,6 +96,8 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         return noResult;
     }
     Private& state = *d_;
+    detail::checkSmoothing(parameters.smoothing);
+    detail::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
     int const rows = static_cast<int>(state.probabilities.size());
     Objective const& objective = *state.objective;
 
@@ -93,13 +110,17 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     double lastMinimum = noResult;
     // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
     auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
+    // Drawing and scoring a population take about the same time every iteration: the team is chosen by
+    // measuring them (the calling thread alone when a team does not pay on this machine right now).
+    detail::AdaptiveTeam team(detail::threadsForLoop());
 
     for (int iteration = 1;;) {
         optimization::HamiltonianPathMCGenerator generator(state.probabilities, draws);
+        generator.setTeam(&team);
         std::int64_t const entropy = optimization::entropyCount(state.probabilities);
         optimization::Population const population =
             optimization::populationSize(parameters.sampleFactor, basePopulation,
-                                         isStaticPopulation(parameters.populationDynamics), rows, entropy);
+                                   isStaticPopulation(parameters.populationDynamics), rows, entropy);
         if (population.size <= 0) {
             return noResult;
         }
@@ -114,13 +135,14 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
 
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
-        detail::parallelForStatic(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
+        team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
             std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
             if (sortSelections) {
                 std::sort(selection.begin(), selection.end());
             }
             scores[static_cast<std::size_t>(index)] = objective(selection);
         });
+        team.endRound();
         state.numberOfEvaluations += count;
 
         Tessel::StatisticalCalculator calculator(population.size);
@@ -138,6 +160,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
             eliteCounts.updateMatrix(state.probabilities, parameters.smoothing);
             if (callback != nullptr && population.capped) {
                 (*callback)(state.probabilities, parameters.smoothing);
+                checkMatrixAfterCallback(state.probabilities, rows);
             }
         }
 
