@@ -49,7 +49,7 @@ void MasterOptimizer4Interpolation::calculateOptimalMasterIndices(int numberOfMa
     }
     int const masterCount = std::min(numberOfMasters, n);
     if (preGroups != nullptr) {
-        detail::checkMasterPreGroups(*preGroups, minMaxData.size(), masterCount);
+        masters::checkMasterPreGroups(*preGroups, minMaxData.size(), masterCount);
     }
     if (searchPrecondition) {
         searchPrecondition();

@@ -38,7 +38,7 @@ void checkMatrixAfterCallback(std::vector<std::vector<double>> const& matrix, in
                                     std::to_string(matrix.size()) + " rows instead of " +
                                     std::to_string(rows));
     }
-    detail::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
+    optimization::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
         return;
     }
     int const rows = static_cast<int>(d_->probabilities.size());
-    detail::checkPreGroupBoundaries(*groups, rows);
+    optimization::checkPreGroupBoundaries(*groups, rows);
     d_->exclusionLists = optimization::buildExclusionLists(*groups, rows);
 }
 
@@ -96,8 +96,8 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         return noResult;
     }
     Private& state = *d_;
-    detail::checkSmoothing(parameters.smoothing);
-    detail::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
+    optimization::checkSmoothing(parameters.smoothing);
+    optimization::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
     int const rows = static_cast<int>(state.probabilities.size());
     Objective const& objective = *state.objective;
 
@@ -120,7 +120,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         std::int64_t const entropy = optimization::entropyCount(state.probabilities);
         optimization::Population const population =
             optimization::populationSize(parameters.sampleFactor, basePopulation,
-                                   isStaticPopulation(parameters.populationDynamics), rows, entropy);
+                                         isStaticPopulation(parameters.populationDynamics), rows, entropy);
         if (population.size <= 0) {
             return noResult;
         }
