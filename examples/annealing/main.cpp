@@ -62,7 +62,7 @@ void annealOwnFunction() {
     std::printf("2. A function of one's own: a tilted double well on [-3, 3] x [-2, 2]\n\n");
     Kestrel::Box4HSA const box{{-3.0, 3.0}, {-2.0, 2.0}};
     Kestrel::AnnealingSettings4HSA settings;
-    settings.chains = 8;  // a quicker run: 8 chains instead of 88 are plenty for two basins
+    settings.evaluationBudget = 2000;  // a quicker run: two basins need far fewer than the default 10000
     for (std::uint32_t seed : {1u, 2u, 3u}) {
         Kestrel::AnnealingResult4HSA const found =
             Kestrel::annealInBox4HSA(&tiltedWells, &tiltedWellsGradient, box, seed, settings);

@@ -63,7 +63,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -106,6 +109,13 @@ class KESTREL_API BoxDomain4HSA : public Domain4HSA {
     std::vector<double> initialPosition_;
 };
 
+// Thrown by ObjectiveInterpolator4HSA when a call would take it beyond its evaluation budget; the call
+// is then not made. annealInBox4HSA catches it to end its search.
+class KESTREL_API EvaluationBudgetSpent4HSA : public std::runtime_error {
+  public:
+    EvaluationBudgetSpent4HSA();  // message "ObjectiveInterpolator4HSA: the evaluation budget is spent"
+};
+
 // The caller's objective and gradient, taken as exact (nothing is fitted). Every value computed, by
 // calculateValue or improveQualityAt, joins the statistics: average = sum / count, standard deviation =
 // sqrt(sum of squared deviations from the average / count), minimum and maximum, and the best (first
@@ -116,6 +126,12 @@ class KESTREL_API ObjectiveInterpolator4HSA : public Interpolator4HSA {
   public:
     // An empty objective or gradient raises boost::bad_function_call when called.
     ObjectiveInterpolator4HSA(Objective4HSA objective, Gradient4HSA gradient);
+
+    // From now on every objective call is charged 1 evaluation and every gradient call gradientCost; a
+    // call that would bring the total charged beyond budget throws EvaluationBudgetSpent4HSA instead.
+    // Without a limit nothing is refused. Throws std::invalid_argument if gradientCost < 1.
+    void limitEvaluations(std::uint64_t budget, std::uint64_t gradientCost);
+    std::uint64_t getNumberOfEvaluationsCharged() const { return charged_; }
 
     std::uint64_t getNumberOfObjectiveCalls() const { return objectiveCalls_; }
     std::uint64_t getNumberOfGradientCalls() const { return gradientCalls_; }
@@ -136,6 +152,7 @@ class KESTREL_API ObjectiveInterpolator4HSA : public Interpolator4HSA {
 
     double record(std::vector<double> const& position) const;
     void requireValues() const;
+    void charge(std::uint64_t cost) const;
 
     Objective4HSA objective_;
     Gradient4HSA gradient_;
@@ -146,6 +163,9 @@ class KESTREL_API ObjectiveInterpolator4HSA : public Interpolator4HSA {
     mutable double maximum_ = 0.0;
     mutable std::uint64_t objectiveCalls_ = 0;
     mutable std::uint64_t gradientCalls_ = 0;
+    std::uint64_t budget_ = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t gradientCost_ = 1;
+    mutable std::uint64_t charged_ = 0;
 };
 
 // Hamiltonian Monte Carlo at temperature T with change c (unit mass):
@@ -179,6 +199,65 @@ class KESTREL_API LeapfrogThermalBath4HSA : public ThermalBath4HSA {
     std::uint64_t accepted_ = 0;
 };
 
+class BoxQuasiNewton4HSA;
+
+// Samples at temperature T among the local minima of the objective (basin hopping):
+// 1. the start value f0 is the value at the state's position (remembered from the previous sample when the
+//    position is the one it left, else computed);
+// 2. in 9 samples out of 10 (u < 0.9; never in one dimension) one coordinate jumps, the coordinates taking
+//    turns in order 0, 1, ..., n - 1, 0, ...; otherwise every coordinate jumps. The jump length is drawn
+//    from three decades: decade k in {0, 1, 2} is chosen with probability proportional to
+//    (accepted_k + 1) / (tried_k + 2), the acceptance rate of its earlier jumps of the same kind (one or
+//    every coordinate), so the lengths that succeed on this objective are tried more often. A coordinate
+//    of box width w then moves by jumpFraction * w * 10^-(k + u) * tan(pi (u' - 0.5)) (a Cauchy deviate);
+//    a move longer than w lands on a uniform point of the coordinate's range instead, and one beyond a
+//    wall is reflected back into the box;
+// 3. the jumped point, of value f1, is accepted when f1 <= f0, else when T > 0 and u < exp(-(f1 - f0) / T);
+//    a rejected sample leaves the state where it was (one objective call spent);
+// 4. from an accepted point a limited-memory quasi-Newton descent in the box (at most descentCalls value +
+//    gradient calls; coordinates on a wall the gradient presses against stay there) moves the state to the
+//    bottom of its basin. The velocity becomes the move made (zeros when rejected).
+// The change of the temperature-and-change pair plays no part. Every u is a 53-bit uniform from the bath's
+// std::mt19937(seed). Copies carry the engine state and acceptance counts and share the descent's work
+// arrays; use a bath from one thread at a time.
+class KESTREL_API BasinHoppingThermalBath4HSA : public ThermalBath4HSA {
+  public:
+    // Throws std::invalid_argument for a box BoxDomain4HSA rejects, descentCalls < 0, or jumpFraction (the
+    // longest jump scale, a fraction of the box width) outside (0, 1]. A sample before init() throws
+    // std::logic_error, one with a state of another length than the box std::invalid_argument; otherwise a
+    // sample throws what the interpolator throws (the state then keeps its position).
+    BasinHoppingThermalBath4HSA(std::uint32_t seed, Box4HSA box, int descentCalls, double jumpFraction);
+
+    std::uint64_t getNumberOfSamples() const { return samples_; }
+    std::uint64_t getNumberOfAcceptedSamples() const { return accepted_; }
+
+  private:
+    static constexpr int kOneCoordinate = 0;
+    static constexpr int kAllCoordinates = 1;
+    static constexpr int kDecades = 3;
+
+    void calculateSamplePrivate(std::pair<double, double> temperatureAndChange, State4HSA& state) override;
+
+    int chooseDecade(int kind);
+    double acceptanceEstimate(int kind, int decade) const;
+    double jumpTo(std::size_t i, double from, int decade);
+
+    std::mt19937 engine_;
+    Box4HSA box_;
+    int descentCalls_;
+    double jumpFraction_;
+    double initialDescentStep_ = 0.0;
+    std::shared_ptr<BoxQuasiNewton4HSA> descent_;
+    double tries_[2][kDecades] = {};
+    double accepts_[2][kDecades] = {};
+    std::size_t nextCoordinate_ = 0;
+    std::vector<double> trial_;
+    std::vector<double> lastPosition_;
+    double lastValue_ = 0.0;
+    std::uint64_t samples_ = 0;
+    std::uint64_t accepted_ = 0;
+};
+
 // updateTemperature: T <- factor * T (the change is left as the driver set it, 0); returns true while the
 // new T is finite and above the stopping temperature. Never asks for additional data.
 class KESTREL_API GeometricCoolingSchedule4HSA : public CoolingSchedule4HSA {
@@ -201,20 +280,21 @@ class KESTREL_API GeometricCoolingSchedule4HSA : public CoolingSchedule4HSA {
 
 // Settings of annealInBox4HSA.
 struct KESTREL_API AnnealingSettings4HSA {
-    int warmUpPoints = 32;                // uniform points evaluated first; their statistics give T0
-    double stepFraction = 0.008;          // nominal leapfrog step as a fraction of the smallest box width
-    int stepsPerSample = 2;               // leapfrog steps per trajectory
-    double coolingFactor = 0.6;           // T <- coolingFactor * T after each sample
-    double finalTemperatureRatio = 0.05;  // a chain stops once T <= finalTemperatureRatio * its T0
-    int chains = 88;                      // annealing chains, run one after another
-    int freshStartInterval = 4;           // every 4th chain starts at a fresh uniform point (0: none)
-    int refinementCalls = 40;             // objective + gradient calls of the descent after each chain
+    std::uint64_t evaluationBudget = 0;     // evaluations in all, warm-up included; 0: 5000 per coordinate
+    int gradientCost = 1;                   // evaluations charged per gradient call (d: finite differences)
+    int warmUpPoints = 32;                  // uniform points evaluated first
+    double jumpFraction = 1.0;              // longest jump scale of the bath, a fraction of the box width
+    int descentCalls = 200;                 // value + gradient calls of one descent at most
+    double coolingFactor = 0.01;            // T <- coolingFactor * T after each sample
+    double finalTemperatureRatio = 1e-100;  // a chain stops once T <= finalTemperatureRatio * its T0
+    int freshStartInterval = 0;             // every k-th chain starts at a fresh uniform point (0: none)
 };
 
 struct KESTREL_API AnnealingResult4HSA {
     std::vector<double> bestPosition;  // lowest objective value among all points evaluated
     double bestValue = 0.0;
-    std::vector<double> finalPosition;       // the driver's result of the last chain: its last sample
+    std::vector<double> finalPosition;  // the driver's result of the last chain: its last sample
+    std::uint64_t evaluations = 0;  // evaluations charged: objective calls + gradientCost * gradient calls
     std::uint64_t objectiveEvaluations = 0;  // objective calls, warm-up included
     std::uint64_t gradientEvaluations = 0;   // gradient calls
     std::uint64_t samples = 0;               // thermal-bath samples drawn, all chains together

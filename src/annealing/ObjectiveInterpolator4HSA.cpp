@@ -1,14 +1,33 @@
 // The caller's objective and gradient as the annealing objective, with statistics of every value computed.
 #include <Kestrel/ReadyComponents4HSA.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
 
 namespace Kestrel {
 
+EvaluationBudgetSpent4HSA::EvaluationBudgetSpent4HSA()
+    : std::runtime_error("ObjectiveInterpolator4HSA: the evaluation budget is spent") {}
+
 ObjectiveInterpolator4HSA::ObjectiveInterpolator4HSA(Objective4HSA objective, Gradient4HSA gradient)
     : objective_(std::move(objective)), gradient_(std::move(gradient)) {}
+
+void ObjectiveInterpolator4HSA::limitEvaluations(std::uint64_t budget, std::uint64_t gradientCost) {
+    if (gradientCost < 1) {
+        throw std::invalid_argument("ObjectiveInterpolator4HSA: a gradient call must cost at least 1");
+    }
+    budget_ = budget;
+    gradientCost_ = gradientCost;
+}
+
+void ObjectiveInterpolator4HSA::charge(std::uint64_t cost) const {
+    if (cost > budget_ - std::min(budget_, charged_)) {
+        throw EvaluationBudgetSpent4HSA();
+    }
+    charged_ += cost;
+}
 
 std::vector<double> const& ObjectiveInterpolator4HSA::getBestPosition() const {
     requireValues();
@@ -26,6 +45,7 @@ double ObjectiveInterpolator4HSA::calculateValuePrivate(std::vector<double> cons
 
 void ObjectiveInterpolator4HSA::calculateGradientPrivate(std::vector<double> const& position,
                                                          std::vector<double>& gradient) const {
+    charge(gradientCost_);
     ++gradientCalls_;
     gradient_(position, gradient);
     for (double& component : gradient) {
@@ -72,6 +92,7 @@ std::pair<double, double> const ObjectiveInterpolator4HSA::calculateMinMaxPrivat
 }
 
 double ObjectiveInterpolator4HSA::record(std::vector<double> const& position) const {
+    charge(1);
     ++objectiveCalls_;
     double const value = objective_(position);
     if (values_.empty() || value < bestValue_) {

@@ -191,6 +191,34 @@ TEST(ObjectiveInterpolator4HSA, EmptyCallbacksRaiseBadFunctionCall) {
     EXPECT_THROW(model.calculateGradient({1.0}, force), boost::bad_function_call);
 }
 
+TEST(ObjectiveInterpolator4HSA, RefusesCallsBeyondItsEvaluationBudget) {
+    int calls = 0;
+    ObjectiveInterpolator4HSA model([&calls](std::vector<double> const& x) { return ++calls, x[0]; },
+                                    [&calls](std::vector<double> const&, std::vector<double>& g) {
+                                        ++calls;
+                                        g[0] = 1.0;
+                                    });
+    model.limitEvaluations(7, 3);
+    std::vector<double> force(1);
+    model.calculateValue({1.0});                                                              // 1
+    model.calculateGradient({1.0}, force);                                                    // 4
+    model.calculateValue({2.0});                                                              // 5
+    EXPECT_THROW(model.calculateGradient({1.0}, force), Kestrel::EvaluationBudgetSpent4HSA);  // 8 > 7
+    model.calculateValue({3.0});                                                              // 6
+    model.calculateValue({0.5});                                                              // 7
+    EXPECT_THROW(model.calculateValue({0.0}), Kestrel::EvaluationBudgetSpent4HSA);
+    EXPECT_EQ(calls, 5);
+    EXPECT_EQ(model.getNumberOfEvaluationsCharged(), 7u);
+    EXPECT_EQ(model.getBestValue(), 0.5);  // the refused call left no value behind
+    EXPECT_THROW(model.limitEvaluations(10, 0), std::invalid_argument);
+    try {
+        model.calculateValue({0.0});
+        FAIL() << "the budget was spent";
+    } catch (Kestrel::EvaluationBudgetSpent4HSA const& error) {
+        EXPECT_STREQ(error.what(), "ObjectiveInterpolator4HSA: the evaluation budget is spent");
+    }
+}
+
 // ---- thermal bath ------------------------------------------------------------------------------------
 
 struct BathRig {
@@ -435,7 +463,17 @@ TEST(RefineInBox4HSA, StopsAtACornerThatTheForcePressesInto) {
 
 TEST(RefineInBox4HSA, SlidesAlongAWallTowardsTheLowestCorner) {
     ObjectiveInterpolator4HSA const model(&plane, &planeGradient);
-    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.9, 0.5}, 0.01, 100);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.9, 0.5}, 0.2, 100);
     EXPECT_EQ(model.getBestPosition(), (std::vector<double>{0.0, 0.0}));
     EXPECT_LE(model.getNumberOfObjectiveCalls() + model.getNumberOfGradientCalls(), 100u);
+}
+
+TEST(RefineInBox4HSA, FollowsRosenbrocksCurvedValleyToItsMinimum) {
+    // A curvature model is what gets along the bent valley within a few dozen steps; plain gradient steps
+    // zigzag across it.
+    ObjectiveInterpolator4HSA const model(Kestrel::makeTestFunction4HSA("rosenbrock", 2).objective,
+                                          Kestrel::makeTestFunction4HSA("rosenbrock", 2).gradient);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {-5.0, 10.0}), {-1.2, 1.0}, 0.1, 200);
+    EXPECT_LT(model.getBestValue(), 1e-10);
+    EXPECT_LE(model.getNumberOfObjectiveCalls() + model.getNumberOfGradientCalls(), 200u);
 }
