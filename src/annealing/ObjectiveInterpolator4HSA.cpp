@@ -61,7 +61,7 @@ Interpolator4HSA::Arrays ObjectiveInterpolator4HSA::improveQualityAtPrivate(
         values->push_back(record(position));
     }
     std::shared_ptr<std::vector<double>> best;
-    if (!values_.empty()) {
+    if (count_ > 0) {
         best = std::make_shared<std::vector<double>>(bestPosition_);
     }
     return {values, best};
@@ -69,21 +69,12 @@ Interpolator4HSA::Arrays ObjectiveInterpolator4HSA::improveQualityAtPrivate(
 
 double ObjectiveInterpolator4HSA::calculateAveragePrivate() const {
     requireValues();
-    double sum = 0.0;
-    for (double const value : values_) {
-        sum += value;
-    }
-    return sum / static_cast<double>(values_.size());
+    return sum_ / static_cast<double>(count_);
 }
 
 double ObjectiveInterpolator4HSA::calculateStdDeviationPrivate() const {
-    double const average = calculateAveragePrivate();
-    double sum = 0.0;
-    for (double const value : values_) {
-        double const d = value - average;
-        sum += d * d;
-    }
-    return std::sqrt(sum / static_cast<double>(values_.size()));
+    requireValues();
+    return std::sqrt(squaredDeviations_ / static_cast<double>(count_));
 }
 
 std::pair<double, double> const ObjectiveInterpolator4HSA::calculateMinMaxPrivate() const {
@@ -95,18 +86,24 @@ double ObjectiveInterpolator4HSA::record(std::vector<double> const& position) co
     charge(1);
     ++objectiveCalls_;
     double const value = objective_(position);
-    if (values_.empty() || value < bestValue_) {
+    bool const first = count_ == 0;
+    if (first || value < bestValue_) {
         bestValue_ = value;
         bestPosition_ = position;
     }
-    minimum_ = values_.empty() || value < minimum_ ? value : minimum_;
-    maximum_ = values_.empty() || value > maximum_ ? value : maximum_;
-    values_.push_back(value);
+    minimum_ = first || value < minimum_ ? value : minimum_;
+    maximum_ = first || value > maximum_ ? value : maximum_;
+    // Welford's update of the squared deviations, so that the statistics cost O(1) however many values.
+    ++count_;
+    sum_ += value;
+    double const before = runningMean_;
+    runningMean_ += (value - before) / static_cast<double>(count_);
+    squaredDeviations_ += (value - before) * (value - runningMean_);
     return value;
 }
 
 void ObjectiveInterpolator4HSA::requireValues() const {
-    if (values_.empty()) {
+    if (count_ == 0) {
         throw std::logic_error("ObjectiveInterpolator4HSA: no objective value has been computed yet");
     }
 }

@@ -155,11 +155,38 @@ TEST(ObjectiveInterpolator4HSA, KeepsStatisticsOfEveryValueComputed) {
     EXPECT_EQ(*arrays.first, (std::vector<double>{10.0, 1.0, 3.0}));
     EXPECT_EQ(*arrays.second, std::vector<double>{1.0});
     EXPECT_EQ(model.calculateAverage(), 16.0 / 4.0);
-    EXPECT_EQ(model.calculateStdDeviation(), std::sqrt((4.0 + 36.0 + 9.0 + 1.0) / 4.0));
+    EXPECT_DOUBLE_EQ(model.calculateStdDeviation(), std::sqrt((4.0 + 36.0 + 9.0 + 1.0) / 4.0));
     EXPECT_EQ(model.calculateMinMax(), (Pair{1.0, 10.0}));
     EXPECT_EQ(model.getBestPosition(), std::vector<double>{1.0});
     EXPECT_EQ(model.getBestValue(), 1.0);
     EXPECT_EQ(model.getNumberOfObjectiveCalls(), 4u);
+}
+
+TEST(ObjectiveInterpolator4HSA, RunningStatisticsAgreeWithTheTwoPassReference) {
+    std::mt19937 engine(31);
+    std::normal_distribution<double> spread(1e3, 250.0);
+    for (int trial = 0; trial < 20; ++trial) {
+        ObjectiveInterpolator4HSA model([](std::vector<double> const& x) { return x[0]; },
+                                        [](std::vector<double> const&, std::vector<double>&) {});
+        std::vector<double> values;
+        for (int k = 0; k < 1 + 97 * trial; ++k) {
+            values.push_back(spread(engine));
+            model.calculateValue({values.back()});
+        }
+        // Reference: the plain two-pass formulas.
+        double sum = 0.0;
+        for (double const v : values) {
+            sum += v;
+        }
+        double const average = sum / static_cast<double>(values.size());
+        double squares = 0.0;
+        for (double const v : values) {
+            squares += (v - average) * (v - average);
+        }
+        double const deviation = std::sqrt(squares / static_cast<double>(values.size()));
+        EXPECT_EQ(model.calculateAverage(), average);  // the same sum in the same order
+        EXPECT_NEAR(model.calculateStdDeviation(), deviation, 1e-9 * (1.0 + deviation));
+    }
 }
 
 TEST(ObjectiveInterpolator4HSA, GradientIsNegatedIntoTheForce) {
