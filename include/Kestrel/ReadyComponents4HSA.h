@@ -56,10 +56,11 @@
 //
 // Guarantees: every random number comes from std::mt19937 engines seeded by the caller, and normal
 // deviates are made from them by the polar method with 53-bit uniforms (two engine outputs each), so the
-// same inputs give the same results bit for bit on every run and build (given the same std::log and
-// objective). Nothing runs in parallel; the objective and gradient are called from the calling thread.
-// Gradient convention: a Gradient4HSA writes the gradient of the objective (the direction of steepest
-// ascent); the interpolator hands its negation, the force, to the integrator.
+// same inputs give the same results bit for bit on every run and build (given the same std::log,
+// std::exp, std::pow, std::tan and objective). Nothing runs in parallel; the objective and gradient are
+// called from the calling thread. Gradient convention: a Gradient4HSA writes the gradient of the
+// objective (the direction of steepest ascent); the interpolator hands its negation, the force, to the
+// integrator and the descents.
 #pragma once
 
 #include <Kestrel/Export.h>
