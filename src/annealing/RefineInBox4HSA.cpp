@@ -3,6 +3,9 @@
 
 #include "BoxQuasiNewton4HSA.h"
 
+#include <stdexcept>
+#include <string>
+
 namespace Kestrel {
 
 namespace {
@@ -16,6 +19,10 @@ void refineInBox4HSA(ObjectiveInterpolator4HSA const& interpolator, Box4HSA cons
                      std::vector<double> position, double initialStep, int maximumCalls) {
     if (maximumCalls < 2) {
         return;
+    }
+    if (position.size() != box.size()) {
+        throw std::invalid_argument("refineInBox4HSA: position has " + std::to_string(position.size()) +
+                                    " coordinates, the box " + std::to_string(box.size()));
     }
     BoxQuasiNewton4HSA descent(box, kMemory);
     double value = interpolator.calculateValue(position);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
@@ -11,6 +12,29 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kE = 2.71828182845904523536;
+
+// A test function's gradient writes one entry per coordinate into an output of the same length.
+void requireGradientLength(std::vector<double> const& x, std::vector<double> const& g) {
+    if (g.size() != x.size()) {
+        throw std::invalid_argument("test function gradient: the output has " + std::to_string(g.size()) +
+                                    " entries for " + std::to_string(x.size()) + " coordinates");
+    }
+}
+
+// levy reads its first and last coordinates.
+void requireSomeCoordinates(std::vector<double> const& x) {
+    if (x.empty()) {
+        throw std::invalid_argument("levy: the position has no coordinates");
+    }
+}
+
+// himmelblau is defined in two dimensions only.
+void requireTwoCoordinates(std::vector<double> const& p) {
+    if (p.size() != 2) {
+        throw std::invalid_argument("himmelblau: the position has " + std::to_string(p.size()) +
+                                    " coordinates, not 2");
+    }
+}
 
 double sphere(std::vector<double> const& x) {
     double sum = 0.0;
@@ -21,6 +45,7 @@ double sphere(std::vector<double> const& x) {
 }
 
 void sphereGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 2.0 * x[i];
     }
@@ -35,6 +60,7 @@ double rastrigin(std::vector<double> const& x) {
 }
 
 void rastriginGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 2.0 * x[i] + 20.0 * kPi * std::sin(2.0 * kPi * x[i]);
     }
@@ -52,6 +78,7 @@ double ackley(std::vector<double> const& x) {
 }
 
 void ackleyGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     double const n = static_cast<double>(x.size());
     double squares = 0.0;
     double cosines = 0.0;
@@ -68,12 +95,15 @@ void ackleyGradient(std::vector<double> const& x, std::vector<double>& g) {
 }
 
 double himmelblau(std::vector<double> const& p) {
+    requireTwoCoordinates(p);
     double const a = p[0] * p[0] + p[1] - 11.0;
     double const b = p[0] + p[1] * p[1] - 7.0;
     return a * a + b * b;
 }
 
 void himmelblauGradient(std::vector<double> const& p, std::vector<double>& g) {
+    requireTwoCoordinates(p);
+    requireGradientLength(p, g);
     double const a = p[0] * p[0] + p[1] - 11.0;
     double const b = p[0] + p[1] * p[1] - 7.0;
     g[0] = 4.0 * p[0] * a + 2.0 * b;
@@ -91,6 +121,7 @@ double griewank(std::vector<double> const& x) {
 }
 
 void griewankGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         double others = 1.0;
         for (std::size_t j = 0; j < x.size(); ++j) {
@@ -116,6 +147,7 @@ double schwefel(std::vector<double> const& x) {
 }
 
 void schwefelGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         double const root = std::sqrt(std::fabs(x[i]));
         g[i] = -(std::sin(root) + 0.5 * root * std::cos(root));
@@ -124,6 +156,7 @@ void schwefelGradient(std::vector<double> const& x, std::vector<double>& g) {
 
 // Levy's function in the variables w = 1 + (x - 1) / 4.
 double levy(std::vector<double> const& x) {
+    requireSomeCoordinates(x);
     std::size_t const n = x.size();
     double const first = std::sin(kPi * (1.0 + (x[0] - 1.0) / 4.0));
     double sum = first * first;
@@ -138,6 +171,8 @@ double levy(std::vector<double> const& x) {
 }
 
 void levyGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireSomeCoordinates(x);
+    requireGradientLength(x, g);
     std::size_t const n = x.size();
     for (std::size_t i = 0; i < n; ++i) {
         g[i] = 0.0;
@@ -168,6 +203,7 @@ double styblinskiTang(std::vector<double> const& x) {
 }
 
 void styblinskiTangGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 2.0 * x[i] * x[i] * x[i] - 16.0 * x[i] + 2.5;
     }
@@ -188,6 +224,7 @@ double rosenbrock(std::vector<double> const& x) {
 }
 
 void rosenbrockGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 0.0;
     }
