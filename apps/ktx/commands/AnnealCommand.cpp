@@ -17,7 +17,7 @@ namespace ktx {
 namespace {
 
 struct AnnealOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 
@@ -33,7 +33,8 @@ std::string namesList() {
 Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
     std::vector<std::string> const names = Kestrel::getTestFunctionNames4HSA();
     if (std::find(names.begin(), names.end(), input.function) == names.end()) {
-        failField("function", "unknown test function \"" + input.function + "\"; known: " + namesList());
+        failField("function",
+                  "unknown test function \"" + excerpt(input.function) + "\"; known: " + namesList());
     }
     try {
         return Kestrel::makeTestFunction4HSA(input.function, input.dimension);
@@ -44,7 +45,7 @@ Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
 
 void runAnneal(AnnealOptions const& options) {
     options.output.checkWritable();
-    TextInput const text = readTextInput(options.input);
+    TextInput const text = readInput(options.input);
     AnnealInput input;
     Kestrel::TestFunction4HSA function;
     try {
