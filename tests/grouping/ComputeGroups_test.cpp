@@ -1,5 +1,6 @@
 // The choice of the grouping: one optimisation per number of groups, the gain walk and the widening rule.
 #include "SegmentGrouperTestAccess.h"
+#include "ThreadCount.h"
 
 #include <Kestrel/SegmentGrouper.h>
 
@@ -20,17 +21,7 @@ namespace {
 using Kestrel::SegmentGrouper;
 using Access = Kestrel::SegmentGrouperTestAccess;
 
-// Restores the number of OpenMP threads when a test ends.
-class ThreadCount {
-  public:
-    explicit ThreadCount(int count) : previous_(omp_get_max_threads()) { omp_set_num_threads(count); }
-    ~ThreadCount() { omp_set_num_threads(previous_); }
-    ThreadCount(ThreadCount const&) = delete;
-    ThreadCount& operator=(ThreadCount const&) = delete;
-
-  private:
-    int previous_;
-};
+using Kestrel::ThreadCount;
 
 // What the optimisations found for every number of groups.
 struct Optimised {
