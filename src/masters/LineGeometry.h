@@ -28,9 +28,10 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
     // order as the stated steps.
     double score(std::vector<int> const& masterIndices) const;
 
-  private:
+    // The model's fullDistance(from, to), from the table when the line has one.
     double fullDistance(int from, int to) const;
 
+  private:
     std::shared_ptr<DrawbeadToyModel const> model;
     std::size_t n;
     bool closed;
