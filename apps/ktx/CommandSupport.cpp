@@ -10,10 +10,6 @@ void addInputOption(CLI::App& command, std::string& input) {
     command.add_option("input", input, "input file, or - for standard input")->capture_default_str();
 }
 
-void addOutputOption(CLI::App& command, std::string& output) {
-    command.add_option("-o,--output", output, "write the result to this file instead of standard output");
-}
-
 namespace {
 
 bool isScalar(nlohmann::ordered_json const& value) {

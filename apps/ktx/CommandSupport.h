@@ -2,8 +2,8 @@
 // with the file name in error messages, JSON output, and the progress line on a terminal.
 #pragma once
 
-#include "InputError.h"
-#include "TextInput.h"
+#include "input/InputError.h"
+#include "input/TextInput.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/function.hpp>
@@ -29,10 +29,8 @@ Command addSample2dCommand(CLI::App& tool);
 Command addAnnealCommand(CLI::App& tool);
 Command addDemoCommand(CLI::App& tool);
 
-// The positional input ("-" or absent for standard input) and -o/--output ("-" or absent for standard
-// output).
+// The positional input: a file name, or "-" or absent for standard input.
 void addInputOption(CLI::App& command, std::string& input);
-void addOutputOption(CLI::App& command, std::string& output);
 
 // Reads the input and parses it with `parse`; InputErrors get the input's name in front.
 template <typename Parse>

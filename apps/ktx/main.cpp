@@ -3,7 +3,7 @@
 // pictures. Exit status: 0 success, 2 bad input or unusable command line (one-line message on standard
 // error), 1 internal failure.
 #include "CommandSupport.h"
-#include "InputError.h"
+#include "input/InputError.h"
 
 #include <CLI/CLI.hpp>
 

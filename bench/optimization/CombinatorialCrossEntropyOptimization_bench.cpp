@@ -48,7 +48,7 @@ struct Problem {
     int items;
     int groups;
     double expectedValue;  // regression check: the value optimize() returned when the benchmark was set up
-                           // (with the optimiser matching its plain transcription in the tests)
+                           // (with the optimiser matching its reference implementation in the tests)
 };
 
 // The transition matrix the grouper builds: row 0 uniform over the items, row i uniform over the others.

@@ -24,8 +24,9 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
 
     explicit Geometry(std::shared_ptr<DrawbeadToyModel const> model);
 
-    // The model's score of a master choice (0-based positions in the order chosen), summed in the same
-    // order as the stated steps.
+    // The model's score of a master choice (0-based positions in the order chosen), summed in a fixed
+    // order: reciprocal distances of consecutive masters, the wrap-around pair on a closed line, the
+    // zero-weighted length terms, then the uncovered-length term.
     double score(std::vector<int> const& masterIndices) const;
 
     // The model's fullDistance(from, to), from the table when the line has one.

@@ -42,7 +42,7 @@ MasterOptimizer4DrawbeadToyModel& MasterOptimizer4DrawbeadToyModel::operator=(
     MasterOptimizer4DrawbeadToyModel&& other) noexcept = default;
 MasterOptimizer4DrawbeadToyModel::~MasterOptimizer4DrawbeadToyModel() = default;
 
-// The score is summed by the prepared geometry in the stated order: reciprocal distances of consecutive
+// The score is summed by the prepared geometry in one fixed order: reciprocal distances of consecutive
 // masters, the wrap-around pair on a closed line, the zero-weighted length terms, then the uncovered length.
 double MasterOptimizer4DrawbeadToyModel::geometryBasedEvaluation(
     std::vector<int> const& masterIndices) const {

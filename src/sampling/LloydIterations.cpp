@@ -6,7 +6,7 @@
 // rounding of the bound arithmetic itself, and a candidate keeps its centre only when the bounds separate
 // the two distances by that slack. Everything else is decided by the full comparison of computed squared
 // distances (searched over the centres sorted by x, which gives exactly the result of comparing all
-// centres in order, as the plain method does).
+// centres in order).
 #include "LloydIterations.h"
 
 #include "CentresByX.h"

@@ -56,11 +56,11 @@ struct ParticleInConstantField {
     LeapfrogIntegrator integrator;
 };
 
-// Plain transcription of the integrator, kept as the reference the library is compared with bit for bit.
-class LiteralLeapfrog {
+// Reference implementation of the integrator, unoptimised, that the library is compared with bit for bit.
+class ReferenceLeapfrog {
   public:
-    LiteralLeapfrog(Collision const* collision, Gradient const& gradient, std::vector<double>& position,
-                    std::vector<double>& velocity, Trajectory* trajectory)
+    ReferenceLeapfrog(Collision const* collision, Gradient const& gradient, std::vector<double>& position,
+                      std::vector<double>& velocity, Trajectory* trajectory)
         : collision(collision),
           gradient(gradient),
           position(position),
@@ -373,8 +373,8 @@ TEST(LeapfrogIntegrator, VeryLongDurationIsCutIntoStepsNoLongerThanTheNominalSte
 }
 
 // Random harmonic-plus-sine fields with a box wall that reflects or sticks at random; the library and the
-// literal twin see identical callbacks and must agree bit for bit on positions, velocities and records.
-TEST(LeapfrogIntegrator, MatchesLiteralTwinOnRandomFieldsAndWalls) {
+// reference see identical callbacks and must agree bit for bit on positions, velocities and records.
+TEST(LeapfrogIntegrator, MatchesReferenceOnRandomFieldsAndWalls) {
     std::mt19937 engine(2024);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int trial = 0; trial < 300; ++trial) {
@@ -415,12 +415,13 @@ TEST(LeapfrogIntegrator, MatchesLiteralTwinOnRandomFieldsAndWalls) {
         std::vector<double> position = start;
         std::vector<double> velocity = speed;
         Trajectory records;
-        std::vector<double> twinPosition = start;
-        std::vector<double> twinVelocity = speed;
-        Trajectory twinRecords;
+        std::vector<double> referencePosition = start;
+        std::vector<double> referenceVelocity = speed;
+        Trajectory referenceRecords;
         LeapfrogIntegrator integrator(withWall ? &wall : nullptr, gradient, position, velocity);
         integrator.registerTrajectory(&records);
-        LiteralLeapfrog twin(withWall ? &wall : nullptr, gradient, twinPosition, twinVelocity, &twinRecords);
+        ReferenceLeapfrog reference(withWall ? &wall : nullptr, gradient, referencePosition,
+                                    referenceVelocity, &referenceRecords);
         bool stalled = false;
         try {
             integrator.doSteps(h, T);
@@ -428,10 +429,10 @@ TEST(LeapfrogIntegrator, MatchesLiteralTwinOnRandomFieldsAndWalls) {
             stalled = true;
         }
         ASSERT_FALSE(stalled) << "trial " << trial;
-        twin.doSteps(h, T);
-        ASSERT_EQ(position, twinPosition) << "trial " << trial;
-        ASSERT_EQ(velocity, twinVelocity) << "trial " << trial;
-        ASSERT_EQ(records, twinRecords) << "trial " << trial;
+        reference.doSteps(h, T);
+        ASSERT_EQ(position, referencePosition) << "trial " << trial;
+        ASSERT_EQ(velocity, referenceVelocity) << "trial " << trial;
+        ASSERT_EQ(records, referenceRecords) << "trial " << trial;
     }
 }
 

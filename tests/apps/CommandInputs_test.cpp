@@ -1,15 +1,15 @@
 // The readers of every subcommand's input: what they accept, the defaults they fill in, and the field
 // each rejection names. The end-to-end tests cover the same rejections through the program.
-#include "AnnealInput.h"
-#include "AssignInput.h"
-#include "CurvatureInput.h"
 #include "FuzzTargets.h"
-#include "GroupInput.h"
-#include "HelpExamples.h"
-#include "InputError.h"
-#include "LhsInput.h"
-#include "MastersInput.h"
-#include "Sample2dInput.h"
+#include "input/AnnealInput.h"
+#include "input/AssignInput.h"
+#include "input/CurvatureInput.h"
+#include "input/GroupInput.h"
+#include "input/HelpExamples.h"
+#include "input/InputError.h"
+#include "input/LhsInput.h"
+#include "input/MastersInput.h"
+#include "input/Sample2dInput.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
-#include "Csv.h"
-#include "InputError.h"
+#include "input/Csv.h"
+#include "input/InputError.h"
+#include "output/NumberFormat.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,10 @@
-#include "GroupReport.h"
+#include "output/GroupReport.h"
 
 #include <gtest/gtest.h>
 
 TEST(GroupReport, OpenLineGroupsEndAtTheLineEnd) {
-    ktx::GroupInput input;
-    input.values = {1, 2, 5, 7, 6};
-    input.lengths = {1, 2, 3, 4, 5};
-    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {0, 2});
+    std::vector<ktx::GroupSummary> const groups =
+        ktx::summariseGroups({1, 2, 5, 7, 6}, {1, 2, 3, 4, 5}, false, ktx::Dispersion::MinMax, {0, 2});
     ASSERT_EQ(groups.size(), 2u);
     EXPECT_EQ(groups[0].end, 2);
     EXPECT_EQ(groups[0].segments, 2);
@@ -18,12 +16,8 @@ TEST(GroupReport, OpenLineGroupsEndAtTheLineEnd) {
 }
 
 TEST(GroupReport, ClosedLineLastGroupWrapsToTheFirstStart) {
-    ktx::GroupInput input;
-    input.values = {1, 2, 5, 7, 1};
-    input.lengths = {1, 2, 3, 4, 5};
-    input.closed = true;
-    input.measure = ktx::Dispersion::Variance;
-    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {1, 4});
+    std::vector<ktx::GroupSummary> const groups =
+        ktx::summariseGroups({1, 2, 5, 7, 1}, {1, 2, 3, 4, 5}, true, ktx::Dispersion::Variance, {1, 4});
     ASSERT_EQ(groups.size(), 2u);
     EXPECT_EQ(groups[1].start, 4);
     EXPECT_EQ(groups[1].end, 1);
@@ -38,11 +32,8 @@ TEST(GroupReport, ClosedLineLastGroupWrapsToTheFirstStart) {
 }
 
 TEST(GroupReport, SingleGroupOfAClosedLineHoldsEverySegment) {
-    ktx::GroupInput input;
-    input.values = {1, 2, 3};
-    input.lengths = {1, 1, 1};
-    input.closed = true;
-    std::vector<ktx::GroupSummary> const groups = ktx::summariseGroups(input, {2});
+    std::vector<ktx::GroupSummary> const groups =
+        ktx::summariseGroups({1, 2, 3}, {1, 1, 1}, true, ktx::Dispersion::MinMax, {2});
     ASSERT_EQ(groups.size(), 1u);
     EXPECT_EQ(groups[0].segments, 3);
     EXPECT_DOUBLE_EQ(groups[0].dispersion, 2.0);

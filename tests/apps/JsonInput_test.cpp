@@ -1,5 +1,5 @@
-#include "JsonInput.h"
-#include "InputError.h"
+#include "input/JsonInput.h"
+#include "input/InputError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "OutputFiles.h"
-#include "InputError.h"
+#include "output/OutputFiles.h"
+#include "input/InputError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "Svg.h"
-#include "Pictures.h"
+#include "pictures/Svg.h"
+#include "pictures/Pictures.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "BruteForceAssignments.h"
 #include "HungarianAlgorithmInternals.h"
-#include "MunkresStepsTwin.h"
+#include "ReferenceMunkres.h"
 
 #include <gtest/gtest.h>
 
@@ -217,7 +217,7 @@ TEST(HungarianAlgorithm, InfiniteElementIsRejectedNamingTheElement) {
 }
 
 // Every matrix of 1 to 3 rows and columns with elements from {0, 1, 2}: optimal against enumeration, and
-// identical to the independent transcription of the steps (which decides every tie).
+// identical to the independent reference implementation of the steps (which decides every tie).
 TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMunkresSteps) {
     for (int nRows = 1; nRows <= 3; ++nRows)
         for (int nCols = 1; nCols <= 3; ++nCols) {
@@ -231,7 +231,7 @@ TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMun
                 for (int k = 0; k < nElements; ++k, rest /= 3)
                     matrix[k / nCols][k % nCols] = rest % 3;
                 Solution const solution = solve(matrix);
-                twin::Result const expected = twin::solveByMunkresSteps(matrix);
+                ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
                 ASSERT_EQ(solution.assignment, expected.assignment) << nRows << "x" << nCols << " #" << code;
                 ASSERT_EQ(solution.cost, expected.cost);
                 ASSERT_EQ(solution.cost, bruteforce::optimum(matrix));
@@ -247,7 +247,7 @@ TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheMunkresSteps) 
         bool const integers = trial % 2 == 0;
         Matrix const matrix = randomMatrix(engine, nRows, nCols, integers, 1 + trial % 9);
         Solution const solution = solve(matrix);
-        twin::Result const expected = twin::solveByMunkresSteps(matrix);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
         ASSERT_TRUE(isValidAssignment(solution.assignment, nRows, nCols));
@@ -266,7 +266,7 @@ TEST(HungarianAlgorithm, LargerTieHeavyMatricesMatchTheMunkresSteps) {
         int const nCols = 5 + static_cast<int>(engine() % 26);
         Matrix const matrix = randomMatrix(engine, nRows, nCols, true, trial % 4 == 0 ? 1 : 9);
         Solution const solution = solve(matrix);
-        twin::Result const expected = twin::solveByMunkresSteps(matrix);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
     }
@@ -282,7 +282,7 @@ TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheMunkresSteps) {
         for (auto& row : matrix)
             for (double& element : row)
                 element = value(engine);
-        twin::Result const expected = twin::solveByMunkresSteps(matrix);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         CerrCapture capture;
         Solution const solution = solve(matrix);
         std::string const text = capture.text();
@@ -319,7 +319,7 @@ TEST(HungarianAlgorithm, ThousandsOfIterationsRunOnA256KiBStack) {
     for (int row = 0; row < n; ++row)
         for (int col = 0; col < n; ++col)
             matrix[row][col] = (row + 1.0) * (col + 1.0);
-    twin::Result const expected = twin::solveByMunkresSteps(matrix);
+    ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
     ASSERT_GE(expected.matrixAdjustments, n * (n - 1) / 2);
 
     Solution steps{{}, 0.0};

@@ -181,7 +181,7 @@ TEST(UniqueOptimumSolver, IdenticalRowsAreLeftToTheMunkresSteps) {
 
 TEST(UniqueOptimumSolver, ChoiceBetweenAUsedAndAnEqualUnusedColumnIsLeftToTheMunkresSteps) {
     // Columns 2 and 6 are equal and cheap, so the optimum uses one of them or both; either way another
-    // assignment of equal cost exists (swap them, or move to the unused twin).
+    // assignment of equal cost exists (swap them, or move to the equal unused column).
     std::mt19937 engine(21);
     for (int nRows : {1, 3, 5}) {
         Matrix matrix = uniformMatrix(engine, nRows, 8);

@@ -38,9 +38,9 @@ Optimised optimiseEveryNumberOfGroups(SegmentGrouper const& grouper) {
     return optimised;
 }
 
-// Plain transcription of the gain walk, the choice and the widening over the optimised groupings.
+// Reference implementation of the gain walk, the choice and the widening over the optimised groupings.
 // `widened` reports whether the widening moved the choice.
-std::vector<int> literalChoice(SegmentGrouper const& grouper, Optimised const& optimised, bool* widened) {
+std::vector<int> referenceChoice(SegmentGrouper const& grouper, Optimised const& optimised, bool* widened) {
     int const n = Access::numberOfSegments(grouper);
     std::vector<double> gain(n + 1, 0.0);
     bool acceptableFound = false;
@@ -223,7 +223,7 @@ TEST(ComputeGroups, ChoiceFollowsGainWalkAndWideningOverTheOptimisedGroupings) {
         SegmentGrouper const grouper(line.first, line.second, closed, measure);
         bool widened = false;
         std::vector<int> const expected =
-            literalChoice(grouper, optimiseEveryNumberOfGroups(grouper), &widened);
+            referenceChoice(grouper, optimiseEveryNumberOfGroups(grouper), &widened);
         widenedCases += widened ? 1 : 0;
         std::vector<int> result;
         grouper.computeGroups(result);

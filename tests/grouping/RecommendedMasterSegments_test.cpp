@@ -38,9 +38,9 @@ int recommend(bool closed, std::vector<double> const& values, std::vector<int> c
     return SegmentGrouper::calculateRecommendedNumberOfMasterSegments(closed, values, starts, weights);
 }
 
-// Plain transcription of the numbered steps, for comparison on random lines.
-int literalRecommendation(bool closed, std::vector<double> const& values, std::vector<int> const& starts,
-                          std::vector<double> const& weights, std::string const& text) {
+// Reference implementation of the recommendation, unoptimised, for comparison on random lines.
+int referenceRecommendation(bool closed, std::vector<double> const& values, std::vector<int> const& starts,
+                            std::vector<double> const& weights, std::string const& text) {
     int const S = static_cast<int>(starts.size());
     if (S < 4) {
         return std::min(S, 3);
@@ -175,7 +175,7 @@ TEST(RecommendedMasterSegments, OpenLineOfFourSegmentsReadsTheLastJumpForTheThre
     OverrideVariable const unset(nullptr);
     std::vector<double> const values{0.0, 1.0, 3.0, 33.0};
     EXPECT_EQ(recommend(false, values, {0, 1, 2, 3}, values), 4);
-    EXPECT_EQ(literalRecommendation(false, values, {0, 1, 2, 3}, values, ""), 4);
+    EXPECT_EQ(referenceRecommendation(false, values, {0, 1, 2, 3}, values, ""), 4);
 }
 
 TEST(RecommendedMasterSegments, ManyBigJumpsGiveHalfTheRoundedUpCount) {
@@ -215,7 +215,7 @@ TEST(RecommendedMasterSegments, ClosedLineLastSegmentTakesInTheValuesBeforeTheFi
     std::vector<double> const values{100.0, 1.0, 2.0, 1.0, 2.0, 1.0, 2.0, 1.0, 2.0, 1.0};
     std::vector<int> const starts{1, 2, 3, 4, 5, 6, 7, 8, 9};
     EXPECT_EQ(recommend(true, values, starts, values),
-              literalRecommendation(true, values, starts, values, ""));
+              referenceRecommendation(true, values, starts, values, ""));
     EXPECT_EQ(recommend(true, values, starts, values), 5);
 }
 
@@ -258,7 +258,7 @@ TEST(RecommendedMasterSegments, OverrideLevelsOneToThreeWithWeightsOfAnotherLeng
     }
 }
 
-TEST(RecommendedMasterSegments, MatchesLiteralTranscriptionOnRandomLines) {
+TEST(RecommendedMasterSegments, MatchesReferenceOnRandomLines) {
     std::mt19937 engine(404);
     std::normal_distribution<double> value(0.0, 3.0);
     std::uniform_real_distribution<double> weight(0.0, 0.2);
@@ -282,10 +282,11 @@ TEST(RecommendedMasterSegments, MatchesLiteralTranscriptionOnRandomLines) {
         std::string const text = texts[trial % 6];
         OverrideVariable const level(text.c_str());
         int const result = recommend(closed, values, starts, weights);
-        ASSERT_EQ(result, literalRecommendation(closed, values, starts, weights, text)) << "trial " << trial;
+        ASSERT_EQ(result, referenceRecommendation(closed, values, starts, weights, text))
+            << "trial " << trial;
         ASSERT_GE(result, 0);
         ASSERT_LE(result, static_cast<int>(starts.size()));
-        differentLevels += result != literalRecommendation(closed, values, starts, weights, "") ? 1 : 0;
+        differentLevels += result != referenceRecommendation(closed, values, starts, weights, "") ? 1 : 0;
     }
     EXPECT_GT(differentLevels, 0);
 }

@@ -19,9 +19,9 @@ namespace {
 using Kestrel::SegmentGrouper;
 using Access = Kestrel::SegmentGrouperTestAccess;
 
-// Plain transcription of the objective, group by group, with the statistics calculator for every wrapped
+// Reference implementation of the objective, group by group, with the statistics calculator for every wrapped
 // group. The library must agree with it bit for bit.
-double literalDispersion(std::vector<double> const& values, int start, int end, bool variance) {
+double referenceDispersion(std::vector<double> const& values, int start, int end, bool variance) {
     int const n = static_cast<int>(values.size());
     if (end > start) {
         if (variance) {
@@ -51,7 +51,7 @@ double literalDispersion(std::vector<double> const& values, int start, int end, 
     return variance ? calculator.getVariance(0) : calculator.getMaximum() - calculator.getMinimum();
 }
 
-double literalEvaluate(SegmentGrouper const& grouper, std::vector<int> const& grouping) {
+double referenceEvaluate(SegmentGrouper const& grouper, std::vector<int> const& grouping) {
     std::vector<double> const& values = Access::values(grouper);
     bool const closed = Access::isClosed(grouper);
     int const n = static_cast<int>(values.size());
@@ -68,7 +68,7 @@ double literalEvaluate(SegmentGrouper const& grouper, std::vector<int> const& gr
         for (int k = 0; k < g; ++k) {
             int const start = starts[k];
             int const end = (k == g - 1 && !closed) ? n : starts[(k + 1) % g];
-            result = std::max(result, literalDispersion(values, start, end, false));
+            result = std::max(result, referenceDispersion(values, start, end, false));
         }
         return result;
     }
@@ -77,7 +77,7 @@ double literalEvaluate(SegmentGrouper const& grouper, std::vector<int> const& gr
         int const start = starts[k];
         int const end = (k == g - 1 && !closed) ? n : starts[(k + 1) % g];
         int const count = end >= start ? end - start : n - start + end;
-        sum += count * literalDispersion(values, start, end, true);
+        sum += count * referenceDispersion(values, start, end, true);
     }
     return sum / n;
 }
@@ -166,7 +166,7 @@ TEST(SegmentGrouperEvaluate, OpenLineLastGroupEndsAtLineEndClosedLineWrapsToFirs
     SegmentGrouper const closedVariance(values, lengths, true, SegmentGrouper::Variance);
     EXPECT_EQ(Access::evaluate(openVariance, {3, 4}), (1.0 * 0.0 + 2.0 * 552.25) / 5.0);
     EXPECT_EQ(Access::evaluateVariance(closedVariance, {2, 3}),
-              (1.0 * 0.0 + 4.0 * literalDispersion(values, 3, 2, true)) / 5.0);
+              (1.0 * 0.0 + 4.0 * referenceDispersion(values, 3, 2, true)) / 5.0);
 }
 
 TEST(SegmentGrouperEvaluate, SingleGroupOnClosedLineGivesZeroVarianceAndTheWholeRange) {
@@ -207,13 +207,13 @@ TEST(SegmentGrouperEvaluate, WrappedGroupDispersionEqualsStatisticalCalculatorBi
         int const start = index(engine);
         int const end = std::uniform_int_distribution<int>(0, start)(engine);
         ASSERT_TRUE(sameBits(Access::dispersionVariance(grouper, start, end),
-                             literalDispersion(values, start, end, true)));
+                             referenceDispersion(values, start, end, true)));
         ASSERT_TRUE(sameBits(Access::dispersionMinMax(grouper, start, end),
-                             literalDispersion(values, start, end, false)));
+                             referenceDispersion(values, start, end, false)));
     }
 }
 
-TEST(SegmentGrouperEvaluate, MatchesLiteralTranscriptionBitForBit) {
+TEST(SegmentGrouperEvaluate, MatchesReferenceBitForBit) {
     std::mt19937 engine(2026);
     int checked = 0;
     for (int trial = 0; trial < 400; ++trial) {
@@ -226,7 +226,7 @@ TEST(SegmentGrouperEvaluate, MatchesLiteralTranscriptionBitForBit) {
         for (int sample = 0; sample < 20; ++sample) {
             int const k = std::uniform_int_distribution<int>(0, n)(engine);
             std::vector<int> const grouping = randomGrouping(engine, n, k);
-            ASSERT_TRUE(sameBits(Access::evaluate(grouper, grouping), literalEvaluate(grouper, grouping)))
+            ASSERT_TRUE(sameBits(Access::evaluate(grouper, grouping), referenceEvaluate(grouper, grouping)))
                 << "n " << n << " k " << k;
             ++checked;
         }

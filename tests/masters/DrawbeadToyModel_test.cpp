@@ -1,6 +1,6 @@
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
-#include "ToyModelTwin.h"
+#include "ReferenceToyModel.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ std::vector<double> const& transitionsOf(DrawbeadToyModel const& model) {
     return model.getTransitionLengths();
 }
 
-DrawbeadToyModel modelOf(twin::Line const& line) {
+DrawbeadToyModel modelOf(ReferenceToyModel::Line const& line) {
     return DrawbeadToyModel(line.lengths, line.bounds, line.closed, &line.transitions);
 }
 
@@ -119,18 +119,18 @@ TEST(DrawbeadToyModel, FullDistanceToItselfIsLengthPlusTransition) {
     EXPECT_EQ(lineOf({3.0}, true).fullDistance(0, 0), 6.0);
 }
 
-TEST(DrawbeadToyModel, DistancesMatchTheLiteralTwinOnRandomLines) {
+TEST(DrawbeadToyModel, DistancesMatchTheReferenceOnRandomLines) {
     std::mt19937 engine(4);
     for (int trial = 0; trial < 200; ++trial) {
         int const n = 2 + trial % 15;
-        twin::Line const line = twin::randomLine(engine, n, trial % 2 == 0);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, trial % 2 == 0);
         DrawbeadToyModel const model = modelOf(line);
         std::uniform_int_distribution<int> position(0, n - 1);
         for (int pair = 0; pair < 10; ++pair) {
             int const from = position(engine);
             int const to = position(engine);
-            EXPECT_EQ(model.distance(from, to), twin::distance(line, from, to));
-            EXPECT_EQ(model.fullDistance(from, to), twin::fullDistance(line, from, to));
+            EXPECT_EQ(model.distance(from, to), ReferenceToyModel::distance(line, from, to));
+            EXPECT_EQ(model.fullDistance(from, to), ReferenceToyModel::fullDistance(line, from, to));
         }
     }
 }
@@ -168,17 +168,17 @@ TEST(DrawbeadToyModel, PenaltyOfAZeroMiddleToMiddleDistanceIsNotFinite) {
     EXPECT_FALSE(std::isfinite(model.calculatePenaltyValue({0.0, 1.0})));
 }
 
-TEST(DrawbeadToyModel, PenaltyMatchesTheLiteralTwinOnRandomLines) {
+TEST(DrawbeadToyModel, PenaltyMatchesTheReferenceOnRandomLines) {
     std::mt19937 engine(5);
     std::uniform_real_distribution<double> value(-1.0, 2.0);
     for (int trial = 0; trial < 300; ++trial) {
         int const n = 1 + trial % 30;
-        twin::Line const line = twin::randomLine(engine, n, trial % 3 == 0);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, trial % 3 == 0);
         std::vector<double> values(n);
         for (double& v : values) {
             v = value(engine);
         }
-        EXPECT_EQ(modelOf(line).calculatePenaltyValue(values), twin::penalty(line, values));
+        EXPECT_EQ(modelOf(line).calculatePenaltyValue(values), ReferenceToyModel::penalty(line, values));
     }
 }
 

@@ -1,7 +1,7 @@
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
 #include "MasterSelectionTestAccess.h"
-#include "ToyModelTwin.h"
+#include "ReferenceToyModel.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ std::shared_ptr<DrawbeadToyModel const> lineOf(std::vector<double> const& length
         lengths, bounds.empty() ? Bounds(lengths.size(), {0.0, 1.0}) : bounds, closed, transitions);
 }
 
-std::shared_ptr<DrawbeadToyModel const> modelOf(twin::Line const& line) {
+std::shared_ptr<DrawbeadToyModel const> modelOf(ReferenceToyModel::Line const& line) {
     return std::make_shared<DrawbeadToyModel const>(line.lengths, line.bounds, line.closed,
                                                     &line.transitions);
 }
@@ -94,36 +94,36 @@ TEST(MasterOptimizer4DrawbeadToyModel, PositionOutsideTheLineGivesNaN) {
     }
 }
 
-TEST(MasterOptimizer4DrawbeadToyModel, EvaluationMatchesTheLiteralTwinOnRandomChoices) {
+TEST(MasterOptimizer4DrawbeadToyModel, EvaluationMatchesTheReferenceOnRandomChoices) {
     std::mt19937 engine(6);
     for (int trial = 0; trial < 400; ++trial) {
         int const n = 2 + trial % 40;
         bool const closed = trial % 2 == 1;
-        twin::Line const line = twin::randomLine(engine, n, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, closed);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         int const m = 1 + static_cast<int>(engine() % static_cast<unsigned>(std::min(n, 9)));
-        std::vector<int> choice = twin::randomAscendingChoice(engine, n, m);
+        std::vector<int> choice = ReferenceToyModel::randomAscendingChoice(engine, n, m);
         if (trial % 4 >= 2) {
             std::shuffle(choice.begin(), choice.end(), engine);
         }
-        EXPECT_EQ(optimiser.evaluateMasterChoice(choice), twin::geometryScore(line, choice))
+        EXPECT_EQ(optimiser.evaluateMasterChoice(choice), ReferenceToyModel::geometryScore(line, choice))
             << "trial " << trial;
     }
 }
 
-TEST(MasterOptimizer4DrawbeadToyModel, EvaluationOfLinesTooLongToTabulateMatchesTheLiteralTwin) {
+TEST(MasterOptimizer4DrawbeadToyModel, EvaluationOfLinesTooLongToTabulateMatchesTheReference) {
     std::mt19937 engine(9);
     for (int trial = 0; trial < 8; ++trial) {
         int const n = trial < 4 ? 512 : 513 + 40 * trial;
         bool const closed = trial % 2 == 1;
-        twin::Line const line = twin::randomLine(engine, n, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, closed);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         for (int k = 0; k < 10; ++k) {
-            std::vector<int> choice = twin::randomAscendingChoice(engine, n, 1 + k);
+            std::vector<int> choice = ReferenceToyModel::randomAscendingChoice(engine, n, 1 + k);
             if (k % 2 == 1) {
                 std::shuffle(choice.begin(), choice.end(), engine);
             }
-            EXPECT_EQ(optimiser.evaluateMasterChoice(choice), twin::geometryScore(line, choice))
+            EXPECT_EQ(optimiser.evaluateMasterChoice(choice), ReferenceToyModel::geometryScore(line, choice))
                 << "trial " << trial << " choice " << k;
         }
     }
@@ -131,11 +131,11 @@ TEST(MasterOptimizer4DrawbeadToyModel, EvaluationOfLinesTooLongToTabulateMatches
 
 TEST(MasterOptimizer4DrawbeadToyModel, ScoresFromTwoThreadsEqualScoresFromOne) {
     std::mt19937 engine(10);
-    twin::Line const line = twin::randomLine(engine, 30, true);
+    ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, 30, true);
     MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
     std::vector<std::vector<int>> choices;
     for (int k = 0; k < 2000; ++k) {
-        std::vector<int> states = twin::randomAscendingChoice(engine, 30, 2 + k % 7);
+        std::vector<int> states = ReferenceToyModel::randomAscendingChoice(engine, 30, 2 + k % 7);
         for (int& state : states) {
             ++state;
         }
@@ -157,14 +157,14 @@ TEST(MasterOptimizer4DrawbeadToyModel, ScoresFromTwoThreadsEqualScoresFromOne) {
         for (int& p : positions) {
             --p;
         }
-        EXPECT_EQ(single[k], twin::geometryScore(line, positions)) << k;
+        EXPECT_EQ(single[k], ReferenceToyModel::geometryScore(line, positions)) << k;
         EXPECT_EQ(std::memcmp(&single[k], &dual[k], sizeof(double)), 0) << k;
     }
 }
 
 TEST(MasterOptimizer4DrawbeadToyModel, ObjectiveShiftsStatesToPositions) {
     std::mt19937 engine(7);
-    twin::Line const line = twin::randomLine(engine, 12, true);
+    ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, 12, true);
     MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
     EXPECT_EQ(Access::masterChoiceEvaluator(optimiser, {1, 4, 9}), optimiser.evaluateMasterChoice({0, 3, 8}));
     EXPECT_EQ(Access::masterChoiceEvaluator(optimiser, {12, 1}), optimiser.evaluateMasterChoice({11, 0}));
@@ -233,23 +233,23 @@ TEST(MasterOptimizer4DrawbeadToyModel, EnforceMinMaxDataRaisesThenLowers) {
     EXPECT_EQ(high, (std::vector<double>{0.4, 1.0, 0.5}));
 }
 
-TEST(MasterOptimizer4DrawbeadToyModel, InterpolationMatchesTheLiteralTwinOnRandomLines) {
+TEST(MasterOptimizer4DrawbeadToyModel, InterpolationMatchesTheReferenceOnRandomLines) {
     std::mt19937 engine(8);
     std::uniform_real_distribution<double> value(-0.2, 1.2);
     for (int trial = 0; trial < 400; ++trial) {
         int const n = 1 + trial % 40;
         bool const closed = trial % 2 == 1;
-        twin::Line const line = twin::randomLine(engine, n, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, closed);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         int const m = 1 + static_cast<int>(engine() % static_cast<unsigned>(std::min(n, 8)));
-        std::vector<int> const masters = twin::randomAscendingChoice(engine, n, m);
+        std::vector<int> const masters = ReferenceToyModel::randomAscendingChoice(engine, n, m);
         std::vector<double> masterValues(m);
         for (double& v : masterValues) {
             v = value(engine);
         }
         // On an open line the interpolation never measures from the last segment, so any choice is valid.
         auto const values = optimiser.interpolate(masters, masterValues);
-        std::vector<double> const expected = twin::interpolation(line, masters, masterValues);
+        std::vector<double> const expected = ReferenceToyModel::interpolation(line, masters, masterValues);
         ASSERT_EQ(values->size(), expected.size());
         for (int i = 0; i < n; ++i) {
             EXPECT_EQ((*values)[i], expected[i]) << "trial " << trial << " segment " << i;

@@ -1,7 +1,7 @@
 // calculateOptimalMasterIndices end to end with the cross-entropy optimiser.
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
-#include "ToyModelTwin.h"
+#include "ReferenceToyModel.h"
 
 #include <gtest/gtest.h>
 #include <omp.h>
@@ -18,7 +18,7 @@
 namespace Kestrel {
 namespace {
 
-std::shared_ptr<DrawbeadToyModel const> modelOf(twin::Line const& line) {
+std::shared_ptr<DrawbeadToyModel const> modelOf(ReferenceToyModel::Line const& line) {
     return std::make_shared<DrawbeadToyModel const>(line.lengths, line.bounds, line.closed,
                                                     &line.transitions);
 }
@@ -110,7 +110,7 @@ TEST(MasterOptimizer4Interpolation, ResultsAreAscendingDistinctPositionsOfTheLin
     for (int trial = 0; trial < 8; ++trial) {
         int const n = 5 + 2 * trial;
         int const masters = 2 + trial % 3;
-        CountingModel const optimiser(modelOf(twin::randomLine(engine, n, trial % 2 == 0)));
+        CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, n, trial % 2 == 0)));
         std::vector<int> const result = search(optimiser, masters);
         ASSERT_EQ(result.size(), static_cast<std::size_t>(masters)) << "trial " << trial;
         expectAscendingInside(result, n);
@@ -124,7 +124,7 @@ TEST(MasterOptimizer4Interpolation, FindsTheBestChoiceOnSmallLines) {
     for (int trial = 0; trial < 6; ++trial) {
         int const n = 6 + trial;
         int const masters = 2 + trial % 2;
-        twin::Line const line = twin::randomLine(engine, n, trial % 2 == 1);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, trial % 2 == 1);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         std::vector<int> const result = search(optimiser, masters);
         double best = std::numeric_limits<double>::infinity();
@@ -139,7 +139,7 @@ TEST(MasterOptimizer4Interpolation, FindsTheBestChoiceOnSmallLines) {
                     choice.push_back(i);
                 }
             }
-            best = std::min(best, twin::geometryScore(line, choice));
+            best = std::min(best, ReferenceToyModel::geometryScore(line, choice));
         } while (std::next_permutation(pick.begin(), pick.end()));
         EXPECT_EQ(optimiser.evaluateMasterChoice(result), best) << "trial " << trial;
     }
@@ -151,7 +151,7 @@ TEST(MasterOptimizer4Interpolation, PreGroupsAllowAtMostOneMasterPerGroup) {
     std::vector<int> const groups{0, 4, 8, 12};
     for (int trial = 0; trial < 4; ++trial) {
         int const masters = 2 + trial % 3;
-        CountingModel const optimiser(modelOf(twin::randomLine(engine, 16, trial % 2 == 0)));
+        CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 16, trial % 2 == 0)));
         std::vector<int> const result = search(optimiser, masters, &groups);
         ASSERT_EQ(result.size(), static_cast<std::size_t>(masters));
         expectAscendingInside(result, 16);
@@ -170,7 +170,7 @@ TEST(MasterOptimizer4Interpolation, PositionsOutsideEveryPreGroupHoldAtMostOneMa
     // Groups {2..5} and {6..9}; positions 0, 1 and 10..13 lie outside and count as one more group.
     std::vector<int> const groups{2, 6, 10};
     for (int trial = 0; trial < 4; ++trial) {
-        CountingModel const optimiser(modelOf(twin::randomLine(engine, 14, trial % 2 == 0)));
+        CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 14, trial % 2 == 0)));
         std::vector<int> const result = search(optimiser, 2 + trial % 2, &groups);
         expectAscendingInside(result, 14);
         int outside = 0;
@@ -191,7 +191,7 @@ TEST(MasterOptimizer4Interpolation, FewerPreGroupsThanMastersNeverReadOutsideThe
     std::mt19937 engine(21);
     // Groups {0..2} and {3..5}: a third master can only be the optimiser's start state, position -1.
     std::vector<int> const groups{0, 3};
-    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(twin::randomLine(engine, 6, true)));
+    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 6, true)));
     std::vector<int> const result = search(optimiser, 3, &groups);
     ASSERT_EQ(result.size(), 3u);
     for (int const position : result) {
@@ -206,7 +206,7 @@ TEST(MasterOptimizer4Interpolation, SameChoiceForOneAndTwoThreads) {
     int const threads = omp_get_max_threads();
     for (int trial = 0; trial < 4; ++trial) {
         int const n = 10 + 4 * trial;
-        twin::Line const line = twin::randomLine(engine, n, trial % 2 == 1);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, trial % 2 == 1);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         std::vector<int> const groups{1, 4, 7};
         std::vector<int> const* preGroups = trial == 3 ? &groups : nullptr;
@@ -222,7 +222,7 @@ TEST(MasterOptimizer4Interpolation, SameChoiceForOneAndTwoThreads) {
 
 TEST(MasterOptimizer4Interpolation, ConcurrentCallsOnOneObjectAgree) {
     std::mt19937 engine(15);
-    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(twin::randomLine(engine, 9, true)));
+    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 9, true)));
     std::vector<int> const expected = search(optimiser, 3);
     std::vector<int> first;
     std::vector<int> second;
@@ -236,7 +236,7 @@ TEST(MasterOptimizer4Interpolation, ConcurrentCallsOnOneObjectAgree) {
 
 TEST(MasterOptimizer4Interpolation, CallableThroughABaseReference) {
     std::mt19937 engine(16);
-    auto const model = modelOf(twin::randomLine(engine, 8, false));
+    auto const model = modelOf(ReferenceToyModel::randomLine(engine, 8, false));
     MasterOptimizer4DrawbeadToyModel const derived(model);
     MasterOptimizer4Interpolation const& base = derived;
     std::vector<int> const viaBase = search(base, 3);
@@ -246,7 +246,7 @@ TEST(MasterOptimizer4Interpolation, CallableThroughABaseReference) {
 
 TEST(MasterOptimizer4Interpolation, OneMasterIsTheFirstPositionOrPreGroupStartWithoutEvaluating) {
     std::mt19937 engine(17);
-    CountingModel const optimiser(modelOf(twin::randomLine(engine, 10, true)));
+    CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 10, true)));
     EXPECT_EQ(search(optimiser, 1), (std::vector<int>{0}));
     std::vector<int> const groups{3, 6};
     EXPECT_EQ(search(optimiser, 1, &groups), (std::vector<int>{3}));
@@ -257,10 +257,10 @@ TEST(MasterOptimizer4Interpolation, OneMasterIsTheFirstPositionOrPreGroupStartWi
 
 TEST(MasterOptimizer4Interpolation, NoMastersOrNoPositionsGiveAnEmptyResult) {
     std::mt19937 engine(18);
-    CountingModel const optimiser(modelOf(twin::randomLine(engine, 6, false)));
+    CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 6, false)));
     EXPECT_TRUE(search(optimiser, 0).empty());
     EXPECT_TRUE(search(optimiser, -1).empty());
-    CountingModel const none(modelOf(twin::Line{}));
+    CountingModel const none(modelOf(ReferenceToyModel::Line{}));
     EXPECT_TRUE(search(none, 1).empty());
     EXPECT_TRUE(search(none, 3).empty());
     EXPECT_EQ(optimiser.calls + none.calls, 0);
@@ -268,7 +268,7 @@ TEST(MasterOptimizer4Interpolation, NoMastersOrNoPositionsGiveAnEmptyResult) {
 
 TEST(MasterOptimizer4Interpolation, MoreMastersThanPositionsTakesEveryPosition) {
     std::mt19937 engine(19);
-    CountingModel const optimiser(modelOf(twin::randomLine(engine, 5, true)));
+    CountingModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 5, true)));
     EXPECT_EQ(search(optimiser, 9), (std::vector<int>{0, 1, 2, 3, 4}));
     EXPECT_EQ(search(optimiser, 9), search(optimiser, 5));
 }

@@ -270,11 +270,11 @@ TEST(HamiltonianPathMCGenerator, ZeroPathsReplaceEarlierContentByNothing) {
 TEST(HamiltonianPathMCGenerator, EarlierContentIsReplaced) {
     std::vector<std::vector<double>> const matrix(4, std::vector<double>(3, 1.0));
     HamiltonianPathMCGenerator generator(matrix, 193);
-    HamiltonianPathMCGenerator twin(matrix, 193);
+    HamiltonianPathMCGenerator sameSeed(matrix, 193);
     Paths paths(12, std::vector<int>{9, 9, 9, 9, 9});
     Paths expected;
     generator.generatePaths(5, paths, 2);
-    twin.generatePaths(5, expected, 2);
+    sameSeed.generatePaths(5, expected, 2);
     EXPECT_EQ(expected, paths);
 }
 
@@ -304,12 +304,12 @@ TEST(HamiltonianPathMCGenerator, EngineContinuesAcrossCallsAndIsSharedByCopies) 
 TEST(HamiltonianPathMCGenerator, LaterChangesOfTheMatrixDoNotReachTheGenerator) {
     std::vector<std::vector<double>> matrix(5, std::vector<double>(4, 1.0));
     HamiltonianPathMCGenerator generator(matrix, 193);
-    HamiltonianPathMCGenerator twin(matrix, 193);
+    HamiltonianPathMCGenerator sameSeed(matrix, 193);
     matrix[0] = {0.0, 0.0, 0.0, 1.0};
     Paths paths;
     Paths expected;
     generator.generatePaths(30, paths, 2);
-    twin.generatePaths(30, expected, 2);
+    sameSeed.generatePaths(30, expected, 2);
     EXPECT_EQ(expected, paths);
 }
 

@@ -33,7 +33,7 @@ TEST(StatisticalCalculator, QuantileOfOneValueIsThatValue) {
     EXPECT_EQ(loaded({7.5}).getQuantile(1.0, 0), 7.5);
 }
 
-TEST(StatisticalCalculator, QuantileMatchesLiteralFormulaOnRandomData) {
+TEST(StatisticalCalculator, QuantileMatchesReferenceFormulaOnRandomData) {
     std::mt19937 engine(11);
     std::uniform_int_distribution<int> size(1, 200);
     std::normal_distribution<double> value(0.0, 3.0);

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "LiteralSamplers.h"
+#include "ReferenceSamplers.h"
 
 namespace {
 
@@ -97,7 +97,7 @@ TEST(CartesianProductSampler, OneFactor_PopulationHoldsEachCandidateOnce) {
     ASSERT_EQ(population.size(), 3u);
     std::set<std::vector<double>> const seen(population.begin(), population.end());
     EXPECT_EQ(seen, (std::set<std::vector<double>>{{1.0, 1.5}, {2.0, 2.5}, {3.0, 3.5}}));
-    EXPECT_EQ(population, literal::cartesianProduct(factors, {0}));
+    EXPECT_EQ(population, ReferenceSamplers::cartesianProduct(factors, {0}));
 }
 
 TEST(CartesianProductSampler, OneFactor_OrderFollowsTheSeededDraws) {
@@ -123,7 +123,7 @@ TEST(CartesianProductSampler, TwoFactors_EachCandidateOfEachFactorUsedOnce) {
     }
     expectPermutationOf(column(population, 0), {0.0, 1.0, 2.0});
     expectPermutationOf(column(population, 1), {100.0, 101.0, 102.0});
-    EXPECT_EQ(population, literal::cartesianProduct(factors, {0, 1}));
+    EXPECT_EQ(population, ReferenceSamplers::cartesianProduct(factors, {0, 1}));
 }
 
 TEST(CartesianProductSampler, PointsConcatenateFactorsInTheNamedOrder) {
@@ -148,7 +148,7 @@ TEST(CartesianProductSampler, FactorNamedTwice_ContributesTwoIndependentPermutat
     expectPermutationOf(column(population, 0), all);
     expectPermutationOf(column(population, 1), all);
     EXPECT_NE(column(population, 0), column(population, 1));
-    EXPECT_EQ(population, literal::cartesianProduct(factors, {0, 0}));
+    EXPECT_EQ(population, ReferenceSamplers::cartesianProduct(factors, {0, 0}));
 }
 
 TEST(CartesianProductSampler, LongerSecondFactor_ExtraCandidatesNeverUsed) {
@@ -156,7 +156,7 @@ TEST(CartesianProductSampler, LongerSecondFactor_ExtraCandidatesNeverUsed) {
     Population const population = populationOf(factors, {0, 1});
     ASSERT_EQ(population.size(), 4u);
     expectPermutationOf(column(population, 1), {100.0, 101.0, 102.0, 103.0});
-    EXPECT_EQ(population, literal::cartesianProduct(factors, {0, 1}));
+    EXPECT_EQ(population, ReferenceSamplers::cartesianProduct(factors, {0, 1}));
 }
 
 TEST(CartesianProductSampler, BadIndexInOrder_ThrowsInvalidVectorSubscript) {
@@ -170,7 +170,7 @@ TEST(CartesianProductSampler, ShorterLaterFactor_ThrowsInvalidVectorSubscript) {
     Factors const factors{numberedFactor(0, 5), numberedFactor(1, 4)};
     EXPECT_THROW(CartesianProductSampler(factors, {0, 1}), std::out_of_range);
     expectThrowsWithText([&] { CartesianProductSampler(factors, {0, 1}); }, "invalid vector subscript");
-    EXPECT_THROW(literal::cartesianProduct(factors, {0, 1}), std::out_of_range);
+    EXPECT_THROW(ReferenceSamplers::cartesianProduct(factors, {0, 1}), std::out_of_range);
 }
 
 TEST(CartesianProductSampler, EmptyOrder_ThrowsDequeLengthError) {
@@ -228,7 +228,7 @@ TEST(CartesianProductSampler, LatinProperty_EachCandidateOfEachNamingUsedOnce) {
     }
 }
 
-TEST(CartesianProductSampler, FastPathEqualsPlainMethodOnRandomInputs) {
+TEST(CartesianProductSampler, FastPathEqualsReferenceOnRandomInputs) {
     std::mt19937 engine(2024);
     for (int trial = 0; trial < 60; ++trial) {
         int const factorCount = 1 + trial % 3;
@@ -236,17 +236,17 @@ TEST(CartesianProductSampler, FastPathEqualsPlainMethodOnRandomInputs) {
         Factors const factors = randomFactors(engine, factorCount, size);
         std::vector<int> const order = randomOrder(engine, factorCount);
         SCOPED_TRACE(trial);
-        EXPECT_EQ(populationOf(factors, order), literal::cartesianProduct(factors, order));
+        EXPECT_EQ(populationOf(factors, order), ReferenceSamplers::cartesianProduct(factors, order));
     }
 }
 
-TEST(CartesianProductSampler, ParallelPathEqualsPlainMethodForOneAndTwoThreads) {
-    // Enough points for the parallel loops and the deeper decoding splits; few lists, as the plain method
+TEST(CartesianProductSampler, ParallelPathEqualsReferenceForOneAndTwoThreads) {
+    // Enough points for the parallel loops and the deeper decoding splits; few lists, as the reference
     // erases from the middle of them.
     std::mt19937 engine(31);
     Factors const factors = randomFactors(engine, 2, 21000);
     std::vector<int> const order{0, 1};
-    Population const expected = literal::cartesianProduct(factors, order);
+    Population const expected = ReferenceSamplers::cartesianProduct(factors, order);
     int const threads = omp_get_max_threads();
     for (int const count : {1, 2}) {
         omp_set_num_threads(count);

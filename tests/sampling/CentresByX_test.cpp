@@ -10,7 +10,7 @@ namespace {
 using Kestrel::sampling::CentresByX;
 using Kestrel::sampling::Point;
 
-// Plain comparison with every centre: strictly smaller replaces (ties to the lower index).
+// Reference implementation, comparing with every centre: strictly smaller replaces (ties to the lower index).
 void nearestTwoByScanningAll(std::vector<Point> const& centres, Point const& point, int& best,
                              double& bestDistance, double& secondDistance) {
     best = -1;

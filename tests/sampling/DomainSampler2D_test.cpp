@@ -12,8 +12,8 @@
 #include <stdexcept>
 
 #include "KMeansPlusPlusSeeding.h"
-#include "LiteralSamplers.h"
 #include "LloydIterations.h"
+#include "ReferenceSamplers.h"
 
 namespace {
 
@@ -107,8 +107,8 @@ TEST(DomainSampler2D, FiveSamples_Asks500CandidatesAndAllows100Iterations) {
     domain.calculateSamples(5, out);
     EXPECT_EQ(domain.requested, 500);
     EXPECT_EQ(out.size(), 5u);
-    std::vector<Point> centres = literal::seed(candidates, 5);
-    literal::lloyd(candidates, centres, 100);
+    std::vector<Point> centres = ReferenceSamplers::seed(candidates, 5);
+    ReferenceSamplers::lloyd(candidates, centres, 100);
     expectSameBits(out, centres);
 }
 
@@ -121,21 +121,21 @@ TEST(DomainSampler2D, ThreeHundredSamples_Asks30000CandidatesAndAllows300Iterati
     ASSERT_EQ(out.size(), 300u);
     expectEveryPointACandidate(out, candidates);
     EXPECT_EQ(std::set<Point>(out.begin(), out.end()).size(), 300u);
-    std::vector<Point> centres = literal::seed(candidates, 300);
-    literal::lloyd(candidates, centres, 300);
+    std::vector<Point> centres = ReferenceSamplers::seed(candidates, 300);
+    ReferenceSamplers::lloyd(candidates, centres, 300);
     expectSameBits(out, centres);
 }
 
-TEST(DomainSampler2D, IterationLimitAbove100_FastIterationsEqualPlainMethod) {
+TEST(DomainSampler2D, IterationLimitAbove100_FastIterationsEqualReference) {
     std::vector<Point> const candidates = clusteredPoints(3000, 3, 1.0);
-    std::vector<Point> const seeded = literal::seed(candidates, 150);
+    std::vector<Point> const seeded = ReferenceSamplers::seed(candidates, 150);
     for (int const limit : {1, 2, 150}) {
-        std::vector<Point> plain = seeded;
-        literal::lloyd(candidates, plain, limit);
+        std::vector<Point> reference = seeded;
+        ReferenceSamplers::lloyd(candidates, reference, limit);
         std::vector<Point> fast = seeded;
         Kestrel::sampling::runLloydIterations(candidates, fast, limit);
         SCOPED_TRACE(limit);
-        expectSameBits(fast, plain);
+        expectSameBits(fast, reference);
     }
 }
 
@@ -155,7 +155,7 @@ TEST(DomainSampler2D, FewerCandidatesThanRequested_GivesFewerSamples) {
     ASSERT_EQ(samples.size(), 7u);
     EXPECT_EQ(std::set<Point>(samples.begin(), samples.end()),
               std::set<Point>(candidates.begin(), candidates.end()));
-    expectSameBits(samples, literal::domainSamples(candidates, 10));
+    expectSameBits(samples, ReferenceSamplers::domainSamples(candidates, 10));
 }
 
 TEST(DomainSampler2D, NoCandidates_GivesNoSamples) {
@@ -221,14 +221,14 @@ TEST(DomainSampler2D, CoincidingCentres_CentreWithoutMembersKeepsItsPosition) {
     std::vector<Point> candidates(40, Point{2.0, 3.0});
     candidates.push_back({5.0, 5.0});
     std::vector<Point> const samples = samplesOf(candidates, 3);
-    expectSameBits(samples, literal::domainSamples(candidates, 3));
+    expectSameBits(samples, ReferenceSamplers::domainSamples(candidates, 3));
     EXPECT_EQ(std::count(samples.begin(), samples.end(), Point{2.0, 3.0}), 2);
 
     std::vector<Point> const same(300, Point{1.0, -1.0});
     expectSameBits(samplesOf(same, 3), std::vector<Point>(3, Point{1.0, -1.0}));
 }
 
-TEST(DomainSampler2D, FastPathEqualsPlainMethodOnRandomInputs) {
+TEST(DomainSampler2D, FastPathEqualsReferenceOnRandomInputs) {
     for (unsigned seed = 0; seed < 32; ++seed) {
         int const n = 1 + static_cast<int>(seed % 9) * 3;
         std::size_t const m = static_cast<std::size_t>(n) * (seed % 5 == 0 ? 37 : 100);
@@ -248,31 +248,31 @@ TEST(DomainSampler2D, FastPathEqualsPlainMethodOnRandomInputs) {
                 break;
         }
         SCOPED_TRACE(seed);
-        expectSameBits(samplesOf(candidates, n), literal::domainSamples(candidates, n));
+        expectSameBits(samplesOf(candidates, n), ReferenceSamplers::domainSamples(candidates, n));
     }
 }
 
-TEST(DomainSampler2D, FastLloydEqualsPlainMethodFromRandomStarts) {
+TEST(DomainSampler2D, FastLloydEqualsReferenceFromRandomStarts) {
     // Arbitrary starting centres (not seeded ones) move a lot, which exercises the distance bounds.
     for (unsigned seed = 0; seed < 20; ++seed) {
         std::vector<Point> const candidates = seed % 2 ? uniformPoints(2500, seed) : gridPoints(2500, seed);
         std::vector<Point> start(candidates.begin(), candidates.begin() + 5 + seed * 2);
-        std::vector<Point> plain = start;
-        literal::lloyd(candidates, plain, 100);
+        std::vector<Point> reference = start;
+        ReferenceSamplers::lloyd(candidates, reference, 100);
         std::vector<Point> fast = start;
         Kestrel::sampling::runLloydIterations(candidates, fast, 100);
         SCOPED_TRACE(seed);
-        expectSameBits(fast, plain);
+        expectSameBits(fast, reference);
     }
 }
 
-TEST(DomainSampler2D, NonFiniteCandidates_FastPathEqualsPlainMethod) {
+TEST(DomainSampler2D, NonFiniteCandidates_FastPathEqualsReference) {
     std::vector<Point> candidates = uniformPoints(600, 9);
     candidates[17] = {std::numeric_limits<double>::infinity(), 0.0};
     candidates[230] = {1e200, -1e200};
-    expectSameBits(samplesOf(candidates, 6), literal::domainSamples(candidates, 6));
+    expectSameBits(samplesOf(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
     candidates[400] = {std::nan(""), 1.0};
-    expectSameBits(samplesOf(candidates, 6), literal::domainSamples(candidates, 6));
+    expectSameBits(samplesOf(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
 }
 
 TEST(DomainSampler2D, OneAndTwoThreadsGiveIdenticalSamples) {
@@ -285,7 +285,7 @@ TEST(DomainSampler2D, OneAndTwoThreadsGiveIdenticalSamples) {
     std::vector<Point> const two = samplesOf(candidates, 30);
     omp_set_num_threads(threads);
     expectSameBits(single, two);
-    expectSameBits(two, literal::domainSamples(candidates, 30));
+    expectSameBits(two, ReferenceSamplers::domainSamples(candidates, 30));
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ using Kestrel::sampling::stepsTakingOut;
 constexpr DecodingInstructions kInstructionSets[] = {DecodingInstructions::baseline,
                                                      DecodingInstructions::fastestAvailable};
 
-// The plain method: erase each position from an ascending list, noting the step that takes each entry.
+// Reference implementation: erase each position from an ascending list, noting the step that takes each
+// entry.
 std::vector<std::uint32_t> takenByErasing(std::vector<std::uint32_t> const& positions) {
     std::vector<std::uint32_t> list(positions.size());
     for (std::size_t i = 0; i < list.size(); ++i) {

@@ -1,9 +1,9 @@
 // ktx anneal: the library's ready annealer on a named test function over a box.
-#include "AnnealInput.h"
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "HelpExamples.h"
-#include "JsonInput.h"
-#include "OutputFiles.h"
+#include "input/AnnealInput.h"
+#include "input/HelpExamples.h"
+#include "input/JsonInput.h"
 
 #include <Kestrel/ReadyComponents4HSA.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 struct AnnealOptions {
     std::string input = "-";
-    std::string output = "-";
+    CommandOutput output;
 };
 
 std::string namesList() {
@@ -42,7 +42,7 @@ Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
 }
 
 void runAnneal(AnnealOptions const& options) {
-    OutputFiles::checkWritable(options.output);
+    options.output.checkWritable();
     TextInput const text = readTextInput(options.input);
     AnnealInput input;
     Kestrel::TestFunction4HSA function;
@@ -88,9 +88,7 @@ void runAnneal(AnnealOptions const& options) {
                                         {"objectiveEvaluations", found.objectiveEvaluations},
                                         {"gradientEvaluations", found.gradientEvaluations},
                                         {"samples", found.samples}};
-    OutputFiles outputs;
-    outputs.add(options.output, formatJson(result));
-    outputs.commit();
+    options.output.write(formatJson(result));
 }
 
 }  // namespace
@@ -109,7 +107,7 @@ Command addAnnealCommand(CLI::App& tool) {
         "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}.\n"
         "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
+    options->output.addOutputOption(*command);
     command->footer(helpFooter(examples::anneal, "ktx anneal examples/data/anneal.json"));
     return {command, [options] { runAnneal(*options); }};
 }

@@ -1,8 +1,8 @@
 // ktx assign: the cheapest assignment of rows (workers) to columns (jobs) of a cost matrix.
-#include "AssignInput.h"
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "HelpExamples.h"
-#include "OutputFiles.h"
+#include "input/AssignInput.h"
+#include "input/HelpExamples.h"
 
 #include <Kestrel/HungarianAlgorithm.h>
 
@@ -14,11 +14,11 @@ namespace {
 
 struct AssignOptions {
     std::string input = "-";
-    std::string output = "-";
+    CommandOutput output;
 };
 
 void runAssign(AssignOptions const& options) {
-    OutputFiles::checkWritable(options.output);
+    options.output.checkWritable();
     std::vector<std::vector<double>> costs = readAndParse(options.input, parseAssignInput);
     HungarianAlgorithm solver;
     std::vector<int> assignment;
@@ -35,9 +35,7 @@ void runAssign(AssignOptions const& options) {
                                         {"assignment", assignment},
                                         {"pairs", pairs},
                                         {"cost", cost}};
-    OutputFiles outputs;
-    outputs.add(options.output, formatJson(result));
-    outputs.commit();
+    options.output.write(formatJson(result));
 }
 
 }  // namespace
@@ -53,7 +51,7 @@ Command addAssignCommand(CLI::App& tool) {
         "Output: JSON with assignment (the column of every row, -1 for none), the assigned pairs and the "
         "total cost.");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
+    options->output.addOutputOption(*command);
     command->footer(helpFooter(examples::assign, "ktx assign examples/data/assign.csv"));
     return {command, [options] { runAssign(*options); }};
 }

@@ -1,9 +1,9 @@
 // ktx curvature: curvature and arc length of each segment of a polyline.
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "CurvatureInput.h"
-#include "HelpExamples.h"
-#include "OutputFiles.h"
-#include "Pictures.h"
+#include "input/CurvatureInput.h"
+#include "input/HelpExamples.h"
+#include "pictures/Pictures.h"
 
 #include <Kestrel/SegmentGrouper.h>
 
@@ -15,15 +15,11 @@ namespace {
 
 struct CurvatureOptions {
     std::string input = "-";
-    std::string output = "-";
-    std::string svg;
+    CommandOutput output;
 };
 
 void runCurvature(CurvatureOptions const& options) {
-    OutputFiles::checkWritable(options.output);
-    if (!options.svg.empty()) {
-        OutputFiles::checkWritable(options.svg);
-    }
+    options.output.checkWritable();
     CurvatureInput const input = readAndParse(options.input, parseCurvatureInput);
     std::vector<double> curvature;
     std::vector<double> lengths;
@@ -40,13 +36,9 @@ void runCurvature(CurvatureOptions const& options) {
         segments.push_back(segment);
     }
     nlohmann::ordered_json const result{{"closed", input.closed}, {"segments", segments}};
-    OutputFiles outputs;
-    outputs.add(options.output, formatJson(result));
-    if (!options.svg.empty()) {
-        outputs.add(options.svg, curvaturePicture(input.points, input.closed, input.segments, curvature,
-                                                  "Segment curvature"));
-    }
-    outputs.commit();
+    options.output.write(formatJson(result), [&] {
+        return curvaturePicture(input.points, input.closed, input.segments, curvature, "Segment curvature");
+    });
 }
 
 }  // namespace
@@ -62,8 +54,8 @@ Command addCurvatureCommand(CLI::App& tool) {
         "last point], ...] in order along the line}.\n"
         "Output: JSON with per segment first, last, curvature, length.");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
-    command->add_option("--svg", options->svg, "also draw the polyline coloured by curvature");
+    options->output.addOutputOption(*command);
+    options->output.addPictureOption(*command, "also draw the polyline coloured by curvature");
     command->footer(
         helpFooter(examples::curvature, "ktx curvature examples/data/curvature.json --svg curvature.svg"));
     return {command, [options] { runCurvature(*options); }};

@@ -2,11 +2,10 @@
 // grouping, recommended number of masters, master choice and interpolation, with a readable summary and
 // SVG pictures in a folder.
 #include "CommandSupport.h"
-#include "Csv.h"
-#include "DemoLine.h"
-#include "GroupReport.h"
-#include "OutputFiles.h"
-#include "Pictures.h"
+#include "input/DemoLine.h"
+#include "output/GroupReport.h"
+#include "output/OutputFiles.h"
+#include "pictures/Pictures.h"
 
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 #include <Kestrel/SegmentGrouper.h>
@@ -86,14 +85,11 @@ void runDemo(DemoOptions const& options) {
     grouper.computeGroups(starts, groupingProgress("ktx demo: grouping"));
     finishProgress();
     double const groupingSeconds = secondsSince(groupingStart);
-    GroupInput groupInput;
-    groupInput.values = line.values;
-    groupInput.lengths = lengths;
-    groupInput.closed = true;
     out << "Grouping (largest value range inside a group, " << fixed(groupingSeconds, 1)
         << " s): " << starts.size() << " groups starting at segments " << joined(starts) << "\n";
     out << "  group  segments        length mm  value range\n";
-    std::vector<GroupSummary> const groups = summariseGroups(groupInput, starts);
+    std::vector<GroupSummary> const groups =
+        summariseGroups(line.values, lengths, true, Dispersion::MinMax, starts);
     for (std::size_t g = 0; g < groups.size(); ++g) {
         std::string const span =
             std::to_string(groups[g].start) + "-" + std::to_string((groups[g].end + n - 1) % n);

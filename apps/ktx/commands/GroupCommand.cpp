@@ -1,11 +1,11 @@
 // ktx group: divide a line's segments into groups of similar values, report each group and the
 // recommended number of master segments.
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "GroupInput.h"
-#include "GroupReport.h"
-#include "HelpExamples.h"
-#include "OutputFiles.h"
-#include "Pictures.h"
+#include "input/GroupInput.h"
+#include "input/HelpExamples.h"
+#include "output/GroupReport.h"
+#include "pictures/Pictures.h"
 
 #include <Kestrel/SegmentGrouper.h>
 
@@ -18,15 +18,11 @@ namespace {
 
 struct GroupOptions {
     std::string input = "-";
-    std::string output = "-";
-    std::string svg;
+    CommandOutput output;
 };
 
 void runGroup(GroupOptions const& options) {
-    OutputFiles::checkWritable(options.output);
-    if (!options.svg.empty()) {
-        OutputFiles::checkWritable(options.svg);
-    }
+    options.output.checkWritable();
     GroupInput const input = readAndParse(options.input, parseGroupInput);
     int const n = static_cast<int>(input.values.size());
 
@@ -45,7 +41,8 @@ void runGroup(GroupOptions const& options) {
         input.closed, input.values, segmentStarts, input.lengths);
 
     nlohmann::ordered_json groups = nlohmann::ordered_json::array();
-    for (GroupSummary const& group : summariseGroups(input, starts)) {
+    for (GroupSummary const& group :
+         summariseGroups(input.values, input.lengths, input.closed, input.measure, starts)) {
         groups.push_back({{"start", group.start},
                           {"end", group.end},
                           {"segments", group.segments},
@@ -55,13 +52,10 @@ void runGroup(GroupOptions const& options) {
     nlohmann::ordered_json const result{
         {"segments", n},         {"closed", input.closed}, {"measure", dispersionName(input.measure)},
         {"groupStarts", starts}, {"groups", groups},       {"recommendedMasters", recommended}};
-    OutputFiles outputs;
-    outputs.add(options.output, formatJson(result));
-    if (!options.svg.empty()) {
-        outputs.add(options.svg, groupPicture(input.values, input.lengths, starts, input.closed,
-                                              "Segment values coloured by group"));
-    }
-    outputs.commit();
+    options.output.write(formatJson(result), [&] {
+        return groupPicture(input.values, input.lengths, starts, input.closed,
+                            "Segment values coloured by group");
+    });
 }
 
 }  // namespace
@@ -77,8 +71,8 @@ Command addGroupCommand(CLI::App& tool) {
         "Output: JSON with groupStarts, per group start/end/segments/length/dispersion, recommendedMasters. "
         "The environment variable KX_CONTROL_NUMBER_OF_LINE_DVS raises the recommendation.");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
-    command->add_option("--svg", options->svg, "also draw the segment values as bars coloured by group");
+    options->output.addOutputOption(*command);
+    options->output.addPictureOption(*command, "also draw the segment values as bars coloured by group");
     command->footer(helpFooter(examples::group, "ktx group examples/data/group.json --svg groups.svg"));
     return {command, [options] { runGroup(*options); }};
 }

@@ -1,9 +1,9 @@
 // ktx lhs: a Latin-hypercube population over discrete factors, as CSV.
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "Csv.h"
-#include "HelpExamples.h"
-#include "LhsInput.h"
-#include "OutputFiles.h"
+#include "input/HelpExamples.h"
+#include "input/LhsInput.h"
+#include "output/NumberFormat.h"
 
 #include <Kestrel/PopulationSampling.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 struct LhsOptions {
     std::string input = "-";
-    std::string output = "-";
+    CommandOutput output;
     std::string format = "csv";
 };
 
@@ -36,7 +36,7 @@ std::string csvHeader(std::vector<std::string> const& names) {
 }
 
 void runLhs(LhsOptions const& options) {
-    OutputFiles::checkWritable(options.output);
+    options.output.checkWritable();
     LhsInput const input = readAndParse(options.input, parseLhsInput);
     std::vector<std::shared_ptr<Kestrel::CartesianProductSampler::Candidates>> factors;
     for (LhsFactor const& factor : input.factors) {
@@ -59,9 +59,7 @@ void runLhs(LhsOptions const& options) {
             text += formatCsvRow(point) + "\n";
         }
     }
-    OutputFiles outputs;
-    outputs.add(options.output, text);
-    outputs.commit();
+    options.output.write(text);
 }
 
 }  // namespace
@@ -77,7 +75,7 @@ Command addLhsCommand(CLI::App& tool) {
         "size.\n"
         "Output: CSV with a header of column names and one point per line (or JSON with --format json).");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
+    options->output.addOutputOption(*command);
     command->add_option("--format", options->format, "csv or json")
         ->check(CLI::IsMember({"csv", "json"}))
         ->capture_default_str();

@@ -1,9 +1,9 @@
 // ktx masters: choose master segments of a drawbead line, score them, interpolate the other segments.
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "HelpExamples.h"
-#include "MastersInput.h"
-#include "OutputFiles.h"
-#include "Pictures.h"
+#include "input/HelpExamples.h"
+#include "input/MastersInput.h"
+#include "pictures/Pictures.h"
 
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
@@ -16,15 +16,11 @@ namespace {
 
 struct MastersOptions {
     std::string input = "-";
-    std::string output = "-";
-    std::string svg;
+    CommandOutput output;
 };
 
 void runMasters(MastersOptions const& options) {
-    OutputFiles::checkWritable(options.output);
-    if (!options.svg.empty()) {
-        OutputFiles::checkWritable(options.svg);
-    }
+    options.output.checkWritable();
     MastersInput const input = readAndParse(options.input, parseMastersInput);
     auto const model = std::make_shared<Kestrel::DrawbeadToyModel const>(
         input.lengths, input.ranges, input.closed, input.transitions ? &*input.transitions : nullptr);
@@ -52,13 +48,9 @@ void runMasters(MastersOptions const& options) {
         result["values"] = values;
         result["penalty"] = model->calculatePenaltyValue(values);
     }
-    OutputFiles outputs;
-    outputs.add(options.output, formatJson(result));
-    if (!options.svg.empty()) {
-        outputs.add(options.svg,
-                    mastersPicture(input.lengths, input.ranges, masters, values, "Master segments"));
-    }
-    outputs.commit();
+    options.output.write(formatJson(result), [&] {
+        return mastersPicture(input.lengths, input.ranges, masters, values, "Master segments");
+    });
 }
 
 }  // namespace
@@ -79,8 +71,8 @@ Command addMastersCommand(CLI::App& tool) {
         "Output: JSON with masters, score, and with masterValues the interpolated values (clamped to the "
         "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
-    command->add_option("--svg", options->svg, "also draw the segments' ranges, values and masters");
+    options->output.addOutputOption(*command);
+    options->output.addPictureOption(*command, "also draw the segments' ranges, values and masters");
     command->footer(helpFooter(examples::masters, "ktx masters examples/data/masters.json"));
     return {command, [options] { runMasters(*options); }};
 }

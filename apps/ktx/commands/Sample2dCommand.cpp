@@ -1,10 +1,10 @@
 // ktx sample2d: well-spread points inside a polygon with holes.
+#include "CommandOutput.h"
 #include "CommandSupport.h"
-#include "Csv.h"
-#include "HelpExamples.h"
-#include "OutputFiles.h"
-#include "Pictures.h"
-#include "Sample2dInput.h"
+#include "input/HelpExamples.h"
+#include "input/Sample2dInput.h"
+#include "output/NumberFormat.h"
+#include "pictures/Pictures.h"
 
 #include <Kestrel/PopulationSampling.h>
 
@@ -17,16 +17,12 @@ namespace {
 
 struct Sample2dOptions {
     std::string input = "-";
-    std::string output = "-";
+    CommandOutput output;
     std::string format = "csv";
-    std::string svg;
 };
 
 void runSample2d(Sample2dOptions const& options) {
-    OutputFiles::checkWritable(options.output);
-    if (!options.svg.empty()) {
-        OutputFiles::checkWritable(options.svg);
-    }
+    options.output.checkWritable();
     TextInput const text = readTextInput(options.input);
     Sample2dInput input;
     std::unique_ptr<Kestrel::PolygonSampler2D> sampler;
@@ -60,13 +56,10 @@ void runSample2d(Sample2dOptions const& options) {
             output += formatCsvRow({x, y}) + "\n";
         }
     }
-    OutputFiles outputs;
-    outputs.add(options.output, output);
-    if (!options.svg.empty()) {
-        outputs.add(options.svg, samplePicture(input.outer, input.holes, points,
-                                               std::to_string(points.size()) + " well-spread points"));
-    }
-    outputs.commit();
+    options.output.write(output, [&] {
+        return samplePicture(input.outer, input.holes, points,
+                             std::to_string(points.size()) + " well-spread points");
+    });
 }
 
 }  // namespace
@@ -81,11 +74,11 @@ Command addSample2dCommand(CLI::App& tool) {
         "rings in either orientation, edges must not cross.\n"
         "Output: CSV x,y (or JSON with --format json).");
     addInputOption(*command, options->input);
-    addOutputOption(*command, options->output);
+    options->output.addOutputOption(*command);
     command->add_option("--format", options->format, "csv or json")
         ->check(CLI::IsMember({"csv", "json"}))
         ->capture_default_str();
-    command->add_option("--svg", options->svg, "also draw the outline and the points");
+    options->output.addPictureOption(*command, "also draw the outline and the points");
     command->footer(
         helpFooter(examples::sample2d, "ktx sample2d examples/data/sample2d.json --svg points.svg"));
     return {command, [options] { runSample2d(*options); }};

@@ -1,14 +1,14 @@
 #include "FuzzTargets.h"
 
-#include "AnnealInput.h"
-#include "AssignInput.h"
-#include "CurvatureInput.h"
-#include "GroupInput.h"
-#include "InputError.h"
-#include "LhsInput.h"
-#include "MastersInput.h"
-#include "Pictures.h"
-#include "Sample2dInput.h"
+#include "input/AnnealInput.h"
+#include "input/AssignInput.h"
+#include "input/CurvatureInput.h"
+#include "input/GroupInput.h"
+#include "input/InputError.h"
+#include "input/LhsInput.h"
+#include "input/MastersInput.h"
+#include "input/Sample2dInput.h"
+#include "pictures/Pictures.h"
 
 #include <stdexcept>
 
