@@ -10,6 +10,7 @@
 #include "OptimalGroupingSearch.h"
 
 #include "ParallelLoop.h"
+#include "SmallestSum.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -36,25 +37,54 @@ class GroupTerms {
             int const longest = closed ? n : n - static_cast<int>(start);
             double const* const first = line.data() + start;
             double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
+            // The means of all groups from `start` come from one running sum; the squared deviations of
+            // four neighbouring counts are summed side by side (each in its own reading order).
+            std::vector<double> mean(static_cast<std::size_t>(longest));
             double sum = 0.0;
             for (int count = 1; count <= longest; ++count) {
                 sum += first[count - 1];
-                double const size = static_cast<double>(count);
-                double const mean = sum / size;
+                mean[static_cast<std::size_t>(count) - 1] = sum / static_cast<double>(count);
+            }
+            int count = 1;
+            for (; count + 3 <= longest; count += 4) {
+                double const* const m = &mean[static_cast<std::size_t>(count) - 1];
+                double squares[4] = {0.0, 0.0, 0.0, 0.0};
+                for (int i = 0; i < count; ++i) {
+                    for (int j = 0; j < 4; ++j) {
+                        double const deviation = first[i] - m[j];
+                        squares[j] += deviation * deviation;
+                    }
+                }
+                for (int j = 1; j < 4; ++j) {
+                    for (int i = count; i < count + j; ++i) {
+                        double const deviation = first[i] - m[j];
+                        squares[j] += deviation * deviation;
+                    }
+                }
+                for (int j = 0; j < 4; ++j) {
+                    double const size = static_cast<double>(count + j);
+                    row[count + j - 1] = size * (squares[j] / size);
+                }
+            }
+            for (; count <= longest; ++count) {
+                double const m = mean[static_cast<std::size_t>(count) - 1];
                 double squares = 0.0;
                 for (int i = 0; i < count; ++i) {
-                    double const deviation = first[i] - mean;
+                    double const deviation = first[i] - m;
                     squares += deviation * deviation;
                 }
+                double const size = static_cast<double>(count);
                 row[count - 1] = size * (squares / size);
             }
         });
     }
 
     // The term of the group of `count` segments from `start` (0 <= start < n, 1 <= count).
-    double operator()(int start, int count) const {
-        return terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n) +
-                     static_cast<std::size_t>(count) - 1];
+    double operator()(int start, int count) const { return row(start)[count - 1]; }
+
+    // The terms of the groups from `start`, by count - 1.
+    double const* row(int start) const {
+        return &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
     }
 
   private:
@@ -84,14 +114,8 @@ class SuffixTable {
                 count,
                 [&](std::ptrdiff_t offset, int) {
                     int const p = firstStart + static_cast<int>(offset);
-                    double smallest = std::numeric_limits<double>::infinity();
-                    for (int q = p + 1; q <= n - g + 1; ++q) {
-                        double const total = terms(p, q - p) + at(g - 1, q);
-                        if (total < smallest) {
-                            smallest = total;
-                        }
-                    }
-                    at(g, p) = smallest;
+                    // q = p + 1 ... n - g + 1: groups of 1 ... n - g + 1 - p segments from p.
+                    at(g, p) = detail::smallestSum(terms.row(p), &at(g - 1, p + 1), n - g + 1 - p);
                 },
                 parallel);
         }

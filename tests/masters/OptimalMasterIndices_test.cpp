@@ -2,7 +2,7 @@
 // cross-entropy search.
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
-#include "ToyModelTwin.h"
+#include "ReferenceToyModel.h"
 
 #include <gtest/gtest.h>
 #include <omp.h>
@@ -18,14 +18,15 @@
 namespace Kestrel {
 namespace {
 
-std::shared_ptr<DrawbeadToyModel const> modelOf(twin::Line const& line) {
+std::shared_ptr<DrawbeadToyModel const> modelOf(ReferenceToyModel::Line const& line) {
     return std::make_shared<DrawbeadToyModel const>(line.lengths, line.bounds, line.closed,
                                                     &line.transitions);
 }
 
 // Whether a choice keeps at most one master per pre-group and at most one outside every group (no
 // pre-groups: no restriction), and puts no master on a segment of length zero.
-bool isAdmissible(twin::Line const& line, std::vector<int> const& choice, std::vector<int> const& groups) {
+bool isAdmissible(ReferenceToyModel::Line const& line, std::vector<int> const& choice,
+                  std::vector<int> const& groups) {
     int const n = static_cast<int>(line.lengths.size());
     std::vector<int> perGroup(groups.size() + 1, 0);
     for (int const p : choice) {
@@ -56,7 +57,7 @@ struct ReferenceChoice {
 
 // Scores every ascending choice of `masters` positions; keeps the smallest score and the lexicographically
 // smallest choice reaching it exactly.
-ReferenceChoice referenceOptimalMasters(twin::Line const& line,
+ReferenceChoice referenceOptimalMasters(ReferenceToyModel::Line const& line,
                                         MasterOptimizer4DrawbeadToyModel const& optimiser, int masters,
                                         std::vector<int> const& groups) {
     int const n = static_cast<int>(line.lengths.size());
@@ -74,7 +75,7 @@ ReferenceChoice referenceOptimalMasters(twin::Line const& line,
             continue;
         }
         double const score = optimiser.evaluateMasterChoice(choice);
-        EXPECT_EQ(score, twin::geometryScore(line, choice));
+        EXPECT_EQ(score, ReferenceToyModel::geometryScore(line, choice));
         if (!best.found || score < best.score || (score == best.score && choice < best.positions)) {
             best = {true, score, choice};
         }
@@ -83,8 +84,8 @@ ReferenceChoice referenceOptimalMasters(twin::Line const& line,
 }
 
 // Lengths from a few levels (ties) or continuous, now and then a segment of length zero.
-twin::Line randomLineWithTies(std::mt19937& engine, int n, bool closed) {
-    twin::Line line = twin::randomLine(engine, n, closed);
+ReferenceToyModel::Line randomLineWithTies(std::mt19937& engine, int n, bool closed) {
+    ReferenceToyModel::Line line = ReferenceToyModel::randomLine(engine, n, closed);
     int const kind = static_cast<int>(engine() % 3);
     for (double& length : line.lengths) {
         if (kind == 0) {
@@ -121,7 +122,7 @@ TEST_P(OptimalMastersAgainstReference, SmallestScoreOnRandomLinesUpTo14Segments)
     for (int trial = 0; trial < 60; ++trial) {
         int const n = 1 + trial % 14;
         int const masters = 1 + static_cast<int>(engine() % static_cast<unsigned>(std::min(n, 6)));
-        twin::Line const line = randomLineWithTies(engine, n, closed);
+        ReferenceToyModel::Line const line = randomLineWithTies(engine, n, closed);
         std::vector<int> const groups = withPreGroups ? randomPreGroups(engine, n) : std::vector<int>{};
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         ReferenceChoice const reference = referenceOptimalMasters(line, optimiser, masters, groups);
@@ -153,7 +154,7 @@ TEST_P(OptimalMastersAgainstReference, NeverWorseThanTheCrossEntropySearch) {
     for (int trial = 0; trial < 5; ++trial) {
         int const n = 10 + 3 * trial;
         int const masters = 2 + trial % 3;
-        twin::Line const line = twin::randomLine(engine, n, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, n, closed);
         std::vector<int> const groups{0, 3, 6, 9};
         std::vector<int> const* preGroups = withPreGroups ? &groups : nullptr;
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
@@ -173,7 +174,7 @@ TEST(OptimalMasters, SameChoiceForOneAndTwoThreads) {
     std::mt19937 engine(19);
     int const threads = omp_get_max_threads();
     for (bool const closed : {false, true}) {
-        twin::Line const line = twin::randomLine(engine, 70, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, 70, closed);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         std::vector<int> const groups{5, 20, 33, 41, 60};
         std::vector<int> results[2];
@@ -189,7 +190,8 @@ TEST(OptimalMasters, SameChoiceForOneAndTwoThreads) {
 }
 
 TEST(OptimalMasters, ZeroLengthSegmentIsNeverAMaster) {
-    twin::Line line = twin::randomLine(*std::make_unique<std::mt19937>(23), 8, false);
+    ReferenceToyModel::Line line =
+        ReferenceToyModel::randomLine(*std::make_unique<std::mt19937>(23), 8, false);
     std::fill(line.lengths.begin(), line.lengths.end(), 1.0);
     line.lengths[0] = 0.0;
     line.lengths[7] = 0.0;
@@ -202,7 +204,7 @@ TEST(OptimalMasters, ZeroLengthSegmentIsNeverAMaster) {
 
 TEST(OptimalMasters, BadInputIsRejectedWithInvalidArgument) {
     std::mt19937 engine(31);
-    twin::Line line = twin::randomLine(engine, 6, true);
+    ReferenceToyModel::Line line = ReferenceToyModel::randomLine(engine, 6, true);
     MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
     std::vector<int> result{3};
     std::vector<int> const unsorted{3, 1};
