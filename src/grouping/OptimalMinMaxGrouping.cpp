@@ -17,6 +17,10 @@ namespace Kestrel {
 
 namespace {
 
+// Lines shorter than this are searched on the calling thread alone: the whole search takes well under a
+// millisecond, less than waking a team of threads (on a busy machine, far less).
+constexpr int kParallelLines = 64;
+
 // Largest minus smallest value of every group (wrapping past the line's end on a closed line), by start
 // and count. For a given start the range never shrinks as the group grows.
 class GroupRanges {
@@ -24,18 +28,21 @@ class GroupRanges {
     GroupRanges(std::vector<double> const& values, bool closed)
         : n(static_cast<int>(values.size())),
           ranges(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
-        detail::parallelForStatic(n, [&](std::ptrdiff_t start, int) {
-            int const longest = closed ? n : n - static_cast<int>(start);
-            double* const row = &ranges[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
-            double smallest = values[static_cast<std::size_t>(start)];
-            double largest = smallest;
-            for (int count = 1; count <= longest; ++count) {
-                double const value = values[static_cast<std::size_t>((start + count - 1) % n)];
-                smallest = std::min(smallest, value);
-                largest = std::max(largest, value);
-                row[count - 1] = largest - smallest;
-            }
-        });
+        detail::parallelForStatic(
+            n,
+            [&](std::ptrdiff_t start, int) {
+                int const longest = closed ? n : n - static_cast<int>(start);
+                double* const row = &ranges[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
+                double smallest = values[static_cast<std::size_t>(start)];
+                double largest = smallest;
+                for (int count = 1; count <= longest; ++count) {
+                    double const value = values[static_cast<std::size_t>((start + count - 1) % n)];
+                    smallest = std::min(smallest, value);
+                    largest = std::max(largest, value);
+                    row[count - 1] = largest - smallest;
+                }
+            },
+            n >= kParallelLines);
     }
 
     // Every group range, sorted ascending, without repetitions.

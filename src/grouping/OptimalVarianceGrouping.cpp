@@ -24,6 +24,14 @@ namespace {
 // such groupings count as equal and the lexicographically smallest starts win.
 constexpr double kNearTie = 1e-13;
 
+// Lines shorter than this are searched on the calling thread alone: the whole search takes well under a
+// millisecond, less than waking a team of threads (on a busy machine, far less).
+constexpr int kParallelLines = 64;
+
+// Below this many segments a table layer is too little work to share out: a parallel region per layer
+// would cost more (and much more on a busy machine) than it saves.
+constexpr int kParallelLayers = 300;
+
 // count * population variance of every group: the values from `start` on, `count` of them (wrapping past
 // the line's end on a closed line), summed in reading order in two passes exactly as the objective does.
 class GroupTerms {
@@ -33,50 +41,53 @@ class GroupTerms {
           terms(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
         std::vector<double> line(values);
         line.insert(line.end(), values.begin(), values.end());
-        detail::parallelForStatic(n, [&](std::ptrdiff_t start, int) {
-            int const longest = closed ? n : n - static_cast<int>(start);
-            double const* const first = line.data() + start;
-            double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
-            // The means of all groups from `start` come from one running sum; the squared deviations of
-            // four neighbouring counts are summed side by side (each in its own reading order).
-            std::vector<double> mean(static_cast<std::size_t>(longest));
-            double sum = 0.0;
-            for (int count = 1; count <= longest; ++count) {
-                sum += first[count - 1];
-                mean[static_cast<std::size_t>(count) - 1] = sum / static_cast<double>(count);
-            }
-            int count = 1;
-            for (; count + 3 <= longest; count += 4) {
-                double const* const m = &mean[static_cast<std::size_t>(count) - 1];
-                double squares[4] = {0.0, 0.0, 0.0, 0.0};
-                for (int i = 0; i < count; ++i) {
+        detail::parallelForStatic(
+            n,
+            [&](std::ptrdiff_t start, int) {
+                int const longest = closed ? n : n - static_cast<int>(start);
+                double const* const first = line.data() + start;
+                double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
+                // The means of all groups from `start` come from one running sum; the squared deviations of
+                // four neighbouring counts are summed side by side (each in its own reading order).
+                std::vector<double> mean(static_cast<std::size_t>(longest));
+                double sum = 0.0;
+                for (int count = 1; count <= longest; ++count) {
+                    sum += first[count - 1];
+                    mean[static_cast<std::size_t>(count) - 1] = sum / static_cast<double>(count);
+                }
+                int count = 1;
+                for (; count + 3 <= longest; count += 4) {
+                    double const* const m = &mean[static_cast<std::size_t>(count) - 1];
+                    double squares[4] = {0.0, 0.0, 0.0, 0.0};
+                    for (int i = 0; i < count; ++i) {
+                        for (int j = 0; j < 4; ++j) {
+                            double const deviation = first[i] - m[j];
+                            squares[j] += deviation * deviation;
+                        }
+                    }
+                    for (int j = 1; j < 4; ++j) {
+                        for (int i = count; i < count + j; ++i) {
+                            double const deviation = first[i] - m[j];
+                            squares[j] += deviation * deviation;
+                        }
+                    }
                     for (int j = 0; j < 4; ++j) {
-                        double const deviation = first[i] - m[j];
-                        squares[j] += deviation * deviation;
+                        double const size = static_cast<double>(count + j);
+                        row[count + j - 1] = size * (squares[j] / size);
                     }
                 }
-                for (int j = 1; j < 4; ++j) {
-                    for (int i = count; i < count + j; ++i) {
-                        double const deviation = first[i] - m[j];
-                        squares[j] += deviation * deviation;
+                for (; count <= longest; ++count) {
+                    double const m = mean[static_cast<std::size_t>(count) - 1];
+                    double squares = 0.0;
+                    for (int i = 0; i < count; ++i) {
+                        double const deviation = first[i] - m;
+                        squares += deviation * deviation;
                     }
+                    double const size = static_cast<double>(count);
+                    row[count - 1] = size * (squares / size);
                 }
-                for (int j = 0; j < 4; ++j) {
-                    double const size = static_cast<double>(count + j);
-                    row[count + j - 1] = size * (squares[j] / size);
-                }
-            }
-            for (; count <= longest; ++count) {
-                double const m = mean[static_cast<std::size_t>(count) - 1];
-                double squares = 0.0;
-                for (int i = 0; i < count; ++i) {
-                    double const deviation = first[i] - m;
-                    squares += deviation * deviation;
-                }
-                double const size = static_cast<double>(count);
-                row[count - 1] = size * (squares / size);
-            }
-        });
+            },
+            n >= kParallelLines);
     }
 
     // The term of the group of `count` segments from `start` (0 <= start < n, 1 <= count).
@@ -180,7 +191,7 @@ std::vector<std::vector<int>> optimalVarianceStarts(std::vector<double> const& v
     std::vector<std::vector<int>> result(static_cast<std::size_t>(lastCount) + 1);
     GroupTerms const terms(values, closed);
     if (!closed) {
-        SuffixTable const table(terms, n, false, 0, lastCount, true);
+        SuffixTable const table(terms, n, false, 0, lastCount, n >= kParallelLayers);
         for (int k = first; k <= lastCount; ++k) {
             result[static_cast<std::size_t>(k)] =
                 readStarts(terms, table, n, k, 0, nearTieLimit(table.at(k, 0)));
@@ -190,15 +201,18 @@ std::vector<std::vector<int>> optimalVarianceStarts(std::vector<double> const& v
     // Closed line: the smallest start s0 fixes where the sum begins; one table per s0 gives the optimum
     // with that first start, for every k at once.
     std::vector<std::vector<double>> optimumFrom(static_cast<std::size_t>(n));
-    detail::parallelForStatic(n, [&](std::ptrdiff_t s0, int) {
-        int const firstStart = static_cast<int>(s0);
-        SuffixTable const table(terms, n, true, firstStart, lastCount, false);
-        std::vector<double>& optimum = optimumFrom[static_cast<std::size_t>(s0)];
-        optimum.assign(static_cast<std::size_t>(lastCount) + 1, std::numeric_limits<double>::infinity());
-        for (int k = first; k <= std::min(lastCount, n - firstStart); ++k) {
-            optimum[static_cast<std::size_t>(k)] = table.at(k, firstStart);
-        }
-    });
+    detail::parallelForStatic(
+        n,
+        [&](std::ptrdiff_t s0, int) {
+            int const firstStart = static_cast<int>(s0);
+            SuffixTable const table(terms, n, true, firstStart, lastCount, false);
+            std::vector<double>& optimum = optimumFrom[static_cast<std::size_t>(s0)];
+            optimum.assign(static_cast<std::size_t>(lastCount) + 1, std::numeric_limits<double>::infinity());
+            for (int k = first; k <= std::min(lastCount, n - firstStart); ++k) {
+                optimum[static_cast<std::size_t>(k)] = table.at(k, firstStart);
+            }
+        },
+        n >= kParallelLines);
     std::vector<int> firstStartOf(static_cast<std::size_t>(lastCount) + 1, -1);
     std::vector<double> limitOf(static_cast<std::size_t>(lastCount) + 1, 0.0);
     for (int k = first; k <= lastCount; ++k) {
@@ -228,7 +242,7 @@ std::vector<std::vector<int>> optimalVarianceStarts(std::vector<double> const& v
         if (lastUsing == 0) {
             continue;
         }
-        SuffixTable const table(terms, n, true, s0, lastUsing, true);
+        SuffixTable const table(terms, n, true, s0, lastUsing, n >= kParallelLayers);
         for (int k = first; k <= lastUsing; ++k) {
             if (firstStartOf[static_cast<std::size_t>(k)] == s0) {
                 result[static_cast<std::size_t>(k)] =

@@ -25,6 +25,14 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 // Sums within this share of the score's size count as equal: the lexicographically smallest choice wins.
 constexpr double kNearTie = 1e-13;
 
+// Lines shorter than this are searched on the calling thread alone: the whole search takes well under a
+// millisecond, less than waking a team of threads (on a busy machine, far less).
+constexpr int kParallelLines = 64;
+
+// Below this many positions a table layer is too little work to share out: a parallel region per layer
+// would cost more (and much more on a busy machine) than it saves.
+constexpr int kParallelLayers = 300;
+
 // What master q adds after master p, for every pair: 1 / fullDistance(p, q) - lengthWeight * length[q].
 std::vector<double> stepTable(MasterSearchLine const& line, std::vector<double> const& reciprocal) {
     std::size_t const n = line.lengths.size();
@@ -188,15 +196,19 @@ std::vector<int> optimalMasterPositions(MasterSearchLine const& line, int master
     std::vector<double> const steps = stepTable(line, reciprocal);
     std::unique_ptr<MasterTable const> openTable;
     if (!line.closed) {
-        openTable = std::make_unique<MasterTable const>(line, reciprocal, steps, masters, -1, true);
+        openTable =
+            std::make_unique<MasterTable const>(line, reciprocal, steps, masters, -1, n >= kParallelLayers);
         for (int p0 = 0; p0 < n; ++p0) {
             total[static_cast<std::size_t>(p0)] = totalFrom(line, *openTable, masters, p0);
         }
     } else {
-        detail::parallelForStatic(n, [&](std::ptrdiff_t p0, int) {
-            MasterTable const table(line, reciprocal, steps, masters, static_cast<int>(p0), false);
-            total[static_cast<std::size_t>(p0)] = totalFrom(line, table, masters, static_cast<int>(p0));
-        });
+        detail::parallelForStatic(
+            n,
+            [&](std::ptrdiff_t p0, int) {
+                MasterTable const table(line, reciprocal, steps, masters, static_cast<int>(p0), false);
+                total[static_cast<std::size_t>(p0)] = totalFrom(line, table, masters, static_cast<int>(p0));
+            },
+            n >= kParallelLines);
     }
     double optimum = kInfinity;
     for (double const value : total) {
@@ -213,7 +225,7 @@ std::vector<int> optimalMasterPositions(MasterSearchLine const& line, int master
     if (openTable) {
         return readPositions(line, *openTable, masters, p0, limit);
     }
-    MasterTable const table(line, reciprocal, steps, masters, p0, true);
+    MasterTable const table(line, reciprocal, steps, masters, p0, n >= kParallelLayers);
     return readPositions(line, table, masters, p0, limit);
 }
 

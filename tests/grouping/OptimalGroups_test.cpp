@@ -226,7 +226,7 @@ TEST(OptimalGroups, ResultsAreIdenticalForOneAndTwoThreads) {
     std::mt19937 random(811);
     for (bool const closed : {false, true}) {
         for (auto const measure : {SegmentGrouper::MinMax, SegmentGrouper::Variance}) {
-            SegmentGrouper const grouper = randomLine(random, closed ? 70 : 160, closed, measure);
+            SegmentGrouper const grouper = randomLine(random, closed ? 70 : 320, closed, measure);
             std::vector<double> values[2];
             std::vector<std::vector<int>> starts[2];
             std::vector<int> chosen[2];

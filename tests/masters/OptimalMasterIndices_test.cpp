@@ -174,7 +174,7 @@ TEST(OptimalMasters, SameChoiceForOneAndTwoThreads) {
     std::mt19937 engine(19);
     int const threads = omp_get_max_threads();
     for (bool const closed : {false, true}) {
-        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, 70, closed);
+        ReferenceToyModel::Line const line = ReferenceToyModel::randomLine(engine, closed ? 70 : 320, closed);
         MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(line));
         std::vector<int> const groups{5, 20, 33, 41, 60};
         std::vector<int> results[2];
