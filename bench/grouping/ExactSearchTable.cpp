@@ -1,7 +1,8 @@
 // How good is the cross-entropy search? Compares, per line, the cross-entropy search's best grouping for
 // every number of groups with the exact optimum (share of k where it is optimal, mean and worst relative
 // gap, whether both choose the same k, time of both), and the same for the master positions. Prints the
-// Markdown tables of the README:
+// Markdown tables of the README (the choice of k reads the grouper's admissibility test through the tests'
+// window on it):
 //
 //   build-release/bench/grouping/exact_search_table
 //
@@ -87,12 +88,9 @@ void groupingRow(Line const& line, SegmentGrouper::DispersionMeasure measure) {
     SegmentGrouper const grouper(line.values, line.lengths, line.closed, measure);
     int const n = static_cast<int>(line.values.size());
     auto const crossEntropyStart = Clock::now();
-    std::vector<double> crossEntropy(static_cast<std::size_t>(n) + 1, 0.0);
-    std::vector<std::vector<int>> crossEntropyStarts(static_cast<std::size_t>(n) + 1);
-    for (int k = 1; k <= n; ++k) {
-        crossEntropy[static_cast<std::size_t>(k)] =
-            Access::optimizeIntraGroupVariation(grouper, k, crossEntropyStarts[static_cast<std::size_t>(k)]);
-    }
+    std::vector<double> crossEntropy;
+    std::vector<std::vector<int>> crossEntropyStarts;
+    grouper.calculateCrossEntropyGroupings(crossEntropy, crossEntropyStarts, {});
     auto const isAcceptable = [&grouper](std::vector<int> const& starts) {
         return Access::isAcceptableGrouping(grouper, starts);
     };

@@ -122,6 +122,15 @@ class KESTREL_API SegmentGrouper {
         std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
         boost::function<void(int numberOfGroupsDone, int numberOfSegments)> const& progress) const;
 
+    // The cross-entropy search's table behind computeGroups: `bestValues` and `bestStarts` get n + 1
+    // entries, entry k (1 ... n) holding the value and 0-based starts that the optimisation for k groups
+    // found (exactly what computeGroups chooses from); entry 0 is 0.0 and empty. `progress(k, n)` (may be
+    // empty) is called after each k, on the calling thread. Cost: as computeGroups. Throws: as
+    // computeGroups, and whatever `progress` throws; both outputs keep their former contents then.
+    void calculateCrossEntropyGroupings(
+        std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
+        boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const;
+
     // Curvature and arc length of segments of a polyline. `segments` holds per segment the index of its
     // first and last point in `points`; gaps between consecutive segments are closed first, at the arc
     // length midway between the last point of one and the first point of the next (on a closed line with

@@ -297,3 +297,32 @@ TEST(OptimalGroups, UnknownMeasureThrowsLikeTheCrossEntropySearch) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(CrossEntropyGroupings, TableIsWhatComputeGroupsChoosesFrom) {
+    std::mt19937 random(404);
+    for (bool const closed : {false, true}) {
+        SegmentGrouper const grouper = randomLine(random, 9, closed, SegmentGrouper::Variance);
+        std::vector<double> values;
+        std::vector<std::vector<int>> starts;
+        int reported = 0;
+        grouper.calculateCrossEntropyGroupings(values, starts, [&reported](int k, int) { reported = k; });
+        EXPECT_EQ(reported, 9);
+        ASSERT_EQ(values.size(), 10u);
+        for (int k = 1; k <= 9; ++k) {
+            std::vector<int> found;
+            EXPECT_EQ(values[static_cast<std::size_t>(k)],
+                      Access::optimizeIntraGroupVariation(grouper, k, found));
+            EXPECT_EQ(starts[static_cast<std::size_t>(k)], found);
+        }
+        std::size_t const k = Kestrel::chooseNumberOfGroups(
+            values, starts,
+            [&grouper](std::vector<int> const& s) { return Access::isAcceptableGrouping(grouper, s); });
+        std::vector<int> chosen;
+        grouper.computeGroups(chosen);
+        EXPECT_EQ(chosen, starts[k]);
+    }
+}
+
+}  // namespace

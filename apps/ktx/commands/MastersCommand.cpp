@@ -17,6 +17,7 @@ namespace {
 struct MastersOptions {
     std::string input = "-";
     CommandOutput output;
+    std::string search = "cross-entropy";
 };
 
 void runMasters(MastersOptions const& options) {
@@ -30,8 +31,16 @@ void runMasters(MastersOptions const& options) {
     if (input.masterIndices) {
         masters = *input.masterIndices;
     } else {
-        optimizer.calculateOptimalMasterIndices(input.masters, masters,
-                                                input.preGroups ? &*input.preGroups : nullptr);
+        std::vector<int> const* preGroups = input.preGroups ? &*input.preGroups : nullptr;
+        if (options.search == "exact") {
+            try {
+                optimizer.calculateExactOptimalMasterIndices(input.masters, masters, preGroups);
+            } catch (std::invalid_argument const& error) {
+                throw InputError(error.what());
+            }
+        } else {
+            optimizer.calculateOptimalMasterIndices(input.masters, masters, preGroups);
+        }
     }
     nlohmann::ordered_json result{{"segments", input.lengths.size()},
                                   {"closed", input.closed},
@@ -69,10 +78,14 @@ Command addMastersCommand(CLI::App& tool) {
         "\"masterIndices\": [ascending; scores this choice instead of searching], \"masterValues\": [one per "
         "master, in ascending master order]}.\n"
         "Output: JSON with masters, score, and with masterValues the interpolated values (clamped to the "
-        "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.");
+        "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.\n"
+        "Search: the default cross-entropy search, or --search exact: the choice with the smallest score, "
+        "found exactly (a zero-length segment is never a master).");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);
     options->output.addPictureOption(*command, "also draw the segments' ranges, values and masters");
+    command->add_option("--search", options->search, "cross-entropy (default) or exact")
+        ->check(CLI::IsMember({"cross-entropy", "exact"}));
     command->footer(helpFooter(examples::masters, "ktx masters examples/data/masters.json"));
     return {command, [options] { runMasters(*options); }};
 }
