@@ -182,8 +182,7 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
     // number of OpenMP threads. numberOfMasters = 1 is searched too (unlike calculateOptimalMasterIndices,
     // which returns the first position without scoring).
     // Cost, n segments and m masters: O(m n^2) on an open line, O(m n^3 / 3) on a closed one (one search
-    // per first master), O(m n + n^2) memory; the distances come from the table prepared at construction
-    // (lines of up to 512 segments; longer lines add O(n^3) to sum them).
+    // per first master), O(m n + n^2) memory.
     // Throws: std::invalid_argument for a negative or non-finite segment or transition length,
     // numberOfMasters outside 1 ... n, pre-groups out of 0 ... n or not strictly ascending, or no admissible
     // choice (too few segments of non-zero length or too few groups); allocation failures. `result` keeps

@@ -32,6 +32,9 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
     // The model's fullDistance(from, to), from the table when the line has one.
     double fullDistance(int from, int to) const;
 
+    // row[to] = the model's fullDistance(from, to) for every to = 0 ... n - 1, in O(n) for any line length.
+    void fullDistancesFrom(std::size_t from, double* row) const;
+
   private:
     std::shared_ptr<DrawbeadToyModel const> model;
     std::size_t n;

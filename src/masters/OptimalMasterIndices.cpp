@@ -87,10 +87,11 @@ double MasterOptimizer4DrawbeadToyModel::calculateExactOptimalMasterIndices(
     search.lengthWeight = (weight * 0.125) / (totalLength * totalLength);
     search.constant = totalLength * search.lengthWeight;
     std::vector<double> reciprocal(static_cast<std::size_t>(n) * static_cast<std::size_t>(n));
-    for (int from = 0; from < n; ++from) {
-        for (int to = 0; to < n; ++to) {
-            reciprocal[static_cast<std::size_t>(from) * static_cast<std::size_t>(n) +
-                       static_cast<std::size_t>(to)] = 1.0 / geometry->fullDistance(from, to);
+    for (std::size_t from = 0; from < static_cast<std::size_t>(n); ++from) {
+        double* const row = &reciprocal[from * static_cast<std::size_t>(n)];
+        geometry->fullDistancesFrom(from, row);
+        for (std::size_t to = 0; to < static_cast<std::size_t>(n); ++to) {
+            row[to] = 1.0 / row[to];
         }
     }
     std::vector<int> found = optimalMasterPositions(search, numberOfMasters, reciprocal);
