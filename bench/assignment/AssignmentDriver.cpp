@@ -3,10 +3,11 @@
 // Usage: assignment_driver MATRIX_FILE REPETITIONS
 // The file holds two little-endian int64 values (rows, columns) followed by the elements as float64 in
 // row-major order. After one untimed warm-up call, times REPETITIONS calls. Prints one line
-// "route=<proved|steps> rows=R columns=C cost=X median_seconds=T" and one line with the assignment (row
+// "route=<proved|exact|steps> rows=R columns=C cost=X median_seconds=T" and one line with the assignment (row
 // order, -1 for none). The route is found by a separate, untimed call.
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "ExactMunkresSteps.h"
 #include "MatrixCheck.h"
 #include "UniqueOptimumSolver.h"
 
@@ -36,18 +37,25 @@ std::vector<std::vector<double>> readMatrix(char const* path) {
     return matrix;
 }
 
+// The route Solve takes: the proved unique optimum, the exact incremental steps, or the steps as they stand.
 char const* routeOf(std::vector<std::vector<double>> const& matrix) {
     Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
     std::size_t const nRows = matrix.size();
     std::size_t const nCols = matrix.front().size();
     std::vector<double> columnMajor(nRows * nCols);
-    for (std::size_t row = 0; row < nRows; ++row)
-        for (std::size_t col = 0; col < nCols; ++col)
+    for (std::size_t row = 0; row < nRows; ++row) {
+        for (std::size_t col = 0; col < nCols; ++col) {
             columnMajor[row + nRows * col] = matrix[row][col];
+        }
+    }
     std::vector<int> assignment(nRows);
-    return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data()) ==
-                   Kestrel::assignment::UniqueOptimumOutcome::Proved
-               ? "proved"
+    if (Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data()) ==
+        Kestrel::assignment::UniqueOptimumOutcome::Proved) {
+        return "proved";
+    }
+    return Kestrel::assignment::solveByExactSteps(columnMajor.data(), assignment.data(),
+                                                  static_cast<int>(nRows), static_cast<int>(nCols))
+               ? "exact"
                : "steps";
 }
 

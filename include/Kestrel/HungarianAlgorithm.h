@@ -2,21 +2,32 @@
 //
 // Given a cost matrix of rows (workers) by columns (jobs), `Solve` assigns to each row at most one column
 // and to each column at most one row, so that min(rows, columns) pairs are formed and the sum of their
-// costs is minimal. The method is the Munkres form of the Hungarian method on a column-major working copy,
-// with stars and primes kept as boolean matrices; where several assignments are optimal, its scan orders
-// decide which one comes back (lowest column first, then lowest row), so results are reproducible. The
-// steps work in double precision with a zero tolerance of DBL_EPSILON, so assignments whose costs differ
-// only in the last few bits count as ties.
+// costs is minimal. An element of +infinity marks a forbidden pair, which is never assigned. The method is
+// the Munkres form of the Hungarian method on a column-major working copy, with stars and primes kept as
+// boolean matrices; where several assignments are optimal, its scan orders decide which one comes back
+// (lowest column first, then lowest row), so results are reproducible.
 //
-// Cost: the Munkres steps take O(n^3) to O(n^4) time on an n x n matrix, each of their up to n(n+1)/2
-// matrix adjustments touching every element. Faster route, same result: when the matrix has no negative
-// element, a shortest-augmenting-path solver (O(n^3) worst case, far less on typical matrices) finds an
-// optimum, and its dual values are used to prove that every other assignment costs more than the rounding
-// errors of the Munkres steps could ever bridge; then that optimum is exactly what the steps return, and it
-// is returned without running them. Matrices with ties or near-ties (integer costs, repeated rows) run the
-// steps. Memory: at most about 19 bytes per element when the steps run (two double copies and three
-// boolean matrices, allocated once per call); the faster route copies nothing for a matrix that is not
-// taller than wide and makes one column-major copy otherwise.
+// Precision: the steps work in double precision and count a working value as zero when its magnitude is
+// below DBL_EPSILON (about 2.2e-16), an absolute tolerance. Assignments whose costs differ by less than
+// that count as ties, and a matrix whose costs all lie below about 1e-15 is mostly "zero" to the method:
+// its result is then the steps' choice among near-ties, not necessarily optimal. From about 1e-12 down it
+// is worth multiplying every cost by a constant (a power of two keeps the ratios exact) before solving.
+//
+// Cost: the Munkres steps as they stand take O(n^3) to O(n^4) time on an n x n matrix, each of their up to
+// n(n+1)/2 matrix adjustments touching every element. Two faster routes return exactly the same result:
+// - a shortest-augmenting-path solver (O(n^3) worst case, far less on typical matrices) finds an optimum,
+//   and its dual values prove that every other assignment costs more than the rounding errors of the
+//   steps could ever bridge; that optimum is then what the steps return. This serves tie-free matrices,
+//   with negative costs and (square matrices, or lines with enough finite costs) forbidden pairs;
+// - when every element is a multiple of one power of two no finer than DBL_EPSILON (integers above all)
+//   and the values stay small enough to be exact (below about 2^51 times that power), the steps run on row
+//   and column potentials: the same choices in the same order at O(n) work per adjustment. This serves
+//   integer matrices full of ties.
+// Other matrices run the steps as they stand. Memory: at most about 19 bytes per element when the steps
+// run (two double copies and three boolean matrices, allocated once per call), about 16 plus 4 per zero
+// for the exact route; the unique-optimum route copies nothing for a matrix that is not taller than wide
+// and makes one column-major copy otherwise. A matrix with forbidden pairs also builds a list of its
+// finite elements (4 bytes each) to check feasibility.
 //
 //   std::vector<std::vector<double>> cost = {{4.0, 1.0, 3.0},
 //                                            {2.0, 0.0, 5.0},
@@ -25,6 +36,12 @@
 //   HungarianAlgorithm solver;
 //   double const total = solver.Solve(cost, assignment);
 //   // assignment == {1, 0, 2}, total == 5.0
+//
+//   double const forbidden = std::numeric_limits<double>::infinity();
+//   std::vector<std::vector<double>> shifts = {{forbidden, 1.0}, {2.0, forbidden}};
+//   solver.Solve(shifts, assignment);            // assignment == {1, 0}, returns 3.0
+//   std::vector<std::vector<double>> blocked = {{1.0, forbidden}, {2.0, forbidden}};
+//   solver.Solve(blocked, assignment);           // throws std::invalid_argument("cost matrix is infeasible")
 //
 // Thread safety: the class has no data members; concurrent calls on the same or distinct objects are
 // independent. The steps run as a loop, so the stack depth does not grow with the number of iterations.
@@ -42,25 +59,27 @@ class KESTREL_API HungarianAlgorithm {
     ~HungarianAlgorithm() = default;
 
     // Solves the assignment problem for DistMatrix (one inner vector per row) and returns the sum of the
-    // input costs of the assigned cells, added in row order.
-    // Requires: every row has the size of the first row; every element is finite.
+    // input costs of the assigned cells, added in row order (always finite).
+    // Requires: every row has the size of the first row; no element is NaN or -infinity. +infinity marks
+    // a forbidden pair; costs may be negative.
     // Guarantees: Assignment is replaced by nRows entries, the column of each row or -1 for an unassigned
-    // row (a taller than wide matrix leaves nRows - nCols rows unassigned). DistMatrix is not modified
-    // (it is taken by non-const reference for interface compatibility only). An empty outer vector gives
-    // 0 and an empty Assignment; rows of zero length give 0 and every row at -1. Each element below 0
-    // writes "All matrix elements have to be non-negative." and a newline to std::cerr (flushed); the
-    // solve goes on with the negative values as they are.
+    // row (a taller than wide matrix leaves nRows - nCols rows unassigned); no forbidden pair is assigned.
+    // DistMatrix is not modified (it is taken by non-const reference for interface compatibility only). An
+    // empty outer vector gives 0 and an empty Assignment; rows of zero length give 0 and every row at -1.
+    // Each element below 0 writes "All matrix elements have to be non-negative." and a newline to
+    // std::cerr (flushed), one line per element; the solve goes on with the negative values as they are.
     // Throws: std::invalid_argument, naming the row or element, for rows of unequal length or a NaN or
-    // infinite element (then nothing is written to std::cerr and Assignment is left empty);
-    // std::bad_alloc when the working buffers cannot be allocated.
+    // -infinity element; std::invalid_argument("cost matrix is infeasible") when no assignment of
+    // min(nRows, nCols) pairs avoids the forbidden pairs. In these cases nothing is written to std::cerr
+    // and Assignment is left empty. std::bad_alloc when the working buffers cannot be allocated.
     double Solve(std::vector<std::vector<double>>& DistMatrix, std::vector<int>& Assignment);
 
   private:
     friend class HungarianAlgorithmInternals;
 
-    // Solve, with the shortest-augmenting-path route allowed or not (the Munkres steps then always run).
+    // Solve, with the fast routes allowed or not (the Munkres steps then always run).
     double solve(std::vector<std::vector<double>> const& DistMatrix, std::vector<int>& Assignment,
-                 bool allowUniqueOptimumRoute);
+                 bool allowFastRoutes);
 
     // The step the method goes to next; the steps return it instead of calling each other.
     enum class NextStep { Step2a, Step2b, Step3, Step4, Step5, Done };

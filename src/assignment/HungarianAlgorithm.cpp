@@ -1,8 +1,11 @@
-// Entry point of the assignment solver: input checks, the column-major copy, the choice between the proven
-// unique optimum and the Munkres steps, and the set-up and final stages of those steps.
+// Entry point of the assignment solver: input checks (shape, NaN, -infinity, feasibility), the messages for
+// negative elements, the column-major copy, the choice of route (proven unique optimum, exact incremental
+// steps, or the Munkres steps as they stand) and the set-up and final stages of those steps.
 #include <Kestrel/HungarianAlgorithm.h>
 
-#include "LineScans.h"
+#include "CompleteMatching.h"
+#include "ExactMunkresSteps.h"
+#include "FirstReduction.h"
 #include "MatrixCheck.h"
 #include "UniqueOptimumSolver.h"
 
@@ -13,70 +16,12 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
+#include <string>
 
 namespace {
 
 using Kestrel::assignment::elementIndex;
-
-// Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
-// the lowest uncovered column holding a zero; the starred columns end up covered. Stars go into both star
-// matrices and into starColumn (the star's column per row).
-void reduceRowsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix, int* starColumn,
-                       bool* coveredColumns, int nOfRows, int nOfColumns) {
-    std::unique_ptr<double[]> rowMinimum(new double[static_cast<std::size_t>(nOfRows)]);
-    for (int row = 0; row < nOfRows; ++row)
-        rowMinimum[row] = distMatrix[row];
-    for (int col = 1; col < nOfColumns; ++col) {
-        double const* column = distMatrix + elementIndex(0, col, nOfRows);
-        Kestrel::assignment::lowerToElementwiseMinimum(rowMinimum.get(), column, nOfRows);
-    }
-    for (int col = 0; col < nOfColumns; ++col) {
-        double* column = distMatrix + elementIndex(0, col, nOfRows);
-        for (int row = 0; row < nOfRows; ++row)
-            column[row] -= rowMinimum[row];
-    }
-    for (int row = 0; row < nOfRows; ++row)
-        for (int col = 0; col < nOfColumns; ++col) {
-            std::size_t const index = elementIndex(row, col, nOfRows);
-            if (!coveredColumns[col] && std::fabs(distMatrix[index]) < DBL_EPSILON) {
-                starMatrix[index] = true;
-                newStarMatrix[index] = true;
-                starColumn[row] = col;
-                coveredColumns[col] = true;
-                break;
-            }
-        }
-}
-
-// Column reduction and first stars for a matrix taller than wide: one star per column at most, in the
-// lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again. Stars
-// are recorded as by reduceRowsAndStar.
-void reduceColumnsAndStar(double* distMatrix, bool* starMatrix, bool* newStarMatrix, int* starColumn,
-                          bool* coveredColumns, bool* coveredRows, int nOfRows, int nOfColumns) {
-    for (int col = 0; col < nOfColumns; ++col) {
-        double* column = distMatrix + elementIndex(0, col, nOfRows);
-        double minValue = column[0];
-        for (int row = 1; row < nOfRows; ++row)
-            if (column[row] < minValue)
-                minValue = column[row];
-        for (int row = 0; row < nOfRows; ++row)
-            column[row] -= minValue;
-    }
-    for (int col = 0; col < nOfColumns; ++col)
-        for (int row = 0; row < nOfRows; ++row) {
-            std::size_t const index = elementIndex(row, col, nOfRows);
-            if (std::fabs(distMatrix[index]) < DBL_EPSILON && !coveredRows[row]) {
-                starMatrix[index] = true;
-                newStarMatrix[index] = true;
-                starColumn[row] = col;
-                coveredColumns[col] = true;
-                coveredRows[row] = true;
-                break;
-            }
-        }
-    for (int row = 0; row < nOfRows; ++row)
-        coveredRows[row] = false;
-}
 
 // Copies the caller's rows into a column-major array, in tiles so that reads and writes both stay in cache.
 void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* columnMajor, int nOfRows,
@@ -88,11 +33,30 @@ void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* colum
             int const colEnd = std::min(nOfColumns, colStart + kTile);
             for (int row = rowStart; row < rowEnd; ++row) {
                 double const* values = rows[row].data();
-                for (int col = colStart; col < colEnd; ++col)
+                for (int col = colStart; col < colEnd; ++col) {
                     columnMajor[elementIndex(row, col, nOfRows)] = values[col];
+                }
             }
         }
     }
+}
+
+// One line per negative element on std::cerr, flushed. The lines go out in blocks rather than one flush
+// each: the text is the same, and a matrix of a million negative costs does not spend seconds flushing.
+void writeNegativeElementMessages(std::size_t count) {
+    static char const kLine[] = "All matrix elements have to be non-negative.\n";
+    constexpr std::size_t kLinesPerBlock = 4096;
+    std::string block;
+    while (count > 0) {
+        std::size_t const lines = std::min(count, kLinesPerBlock);
+        block.clear();
+        for (std::size_t k = 0; k < lines; ++k) {
+            block += kLine;
+        }
+        std::cerr << block;
+        count -= lines;
+    }
+    std::cerr.flush();
 }
 
 }  // namespace
@@ -102,11 +66,17 @@ double HungarianAlgorithm::Solve(std::vector<std::vector<double>>& DistMatrix, s
 }
 
 double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMatrix,
-                                 std::vector<int>& Assignment, bool allowUniqueOptimumRoute) {
+                                 std::vector<int>& Assignment, bool allowFastRoutes) {
     Assignment.clear();
-    if (DistMatrix.empty())
+    if (DistMatrix.empty()) {
         return 0.0;
+    }
     Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(DistMatrix);
+    if (shape.forbiddenPairs && !Kestrel::assignment::hasCompleteMatching(DistMatrix, shape)) {
+        throw std::invalid_argument("cost matrix is infeasible");
+    }
+    std::size_t const nOfNegativeElements = Kestrel::assignment::countNegativeElements(DistMatrix);
+    writeNegativeElementMessages(nOfNegativeElements);
     int const nOfRows = shape.rows;
     int const nOfColumns = shape.columns;
 
@@ -115,26 +85,31 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
 
-    // A matrix that is not taller than wide hands its rows to the fast route directly; the column-major
-    // copy is made only when the steps run. The cost adds the same cells in the same row order as
-    // computeassignmentcost, read from the caller's rows (every row is assigned).
+    // A matrix that is not taller than wide hands its rows to the unique-optimum route directly; the
+    // column-major copy is made only when another route runs. The cost adds the same cells in the same row
+    // order as computeassignmentcost, read from the caller's rows (every row is assigned).
     bool const wide = nOfRows <= nOfColumns;
-    if (allowUniqueOptimumRoute && wide &&
+    if (allowFastRoutes && wide &&
         findUniqueOptimum(DistMatrix, nullptr, shape, assignment.get()) == UniqueOptimumOutcome::Proved) {
-        for (int row = 0; row < nOfRows; ++row)
+        for (int row = 0; row < nOfRows; ++row) {
             cost += DistMatrix[row][assignment[row]];
+        }
         Assignment.assign(assignment.get(), assignment.get() + nOfRows);
         return cost;
     }
 
     std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
     copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
-    if (allowUniqueOptimumRoute && !wide &&
-        findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
-            UniqueOptimumOutcome::Proved)
+    bool const solvedFast =
+        allowFastRoutes &&
+        ((!wide && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+                       UniqueOptimumOutcome::Proved) ||
+         Kestrel::assignment::solveByExactSteps(distMatrixIn.get(), assignment.get(), nOfRows, nOfColumns));
+    if (solvedFast) {
         computeassignmentcost(assignment.get(), &cost, distMatrixIn.get(), nOfRows);
-    else
+    } else {
         assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
+    }
 
     Assignment.assign(assignment.get(), assignment.get() + nOfRows);
     return cost;
@@ -143,19 +118,13 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
 void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double* distMatrixIn, int nOfRows,
                                            int nOfColumns) {
     *cost = 0.0;
-    for (int row = 0; row < nOfRows; ++row)
+    for (int row = 0; row < nOfRows; ++row) {
         assignment[row] = -1;
+    }
 
     std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
     std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
-    std::size_t nOfNegativeElements = 0;
-    for (std::size_t index = 0; index < nOfElements; ++index) {
-        double const value = distMatrixIn[index];
-        nOfNegativeElements += value < 0.0;
-        distMatrix[index] = value;
-    }
-    for (std::size_t k = 0; k < nOfNegativeElements; ++k)
-        std::cerr << "All matrix elements have to be non-negative." << std::endl;
+    std::copy(distMatrixIn, distMatrixIn + nOfElements, distMatrix.get());
 
     // One zeroed block for the cover vectors and the star, prime and new-star matrices.
     std::size_t const nOfFlags =
@@ -167,15 +136,14 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
     bool* primeMatrix = starMatrix + nOfElements;
     bool* newStarMatrix = primeMatrix + nOfElements;
 
-    int minDim;
-    if (nOfRows <= nOfColumns) {
-        minDim = nOfRows;
-        reduceRowsAndStar(distMatrix.get(), starMatrix, newStarMatrix, assignment, coveredColumns, nOfRows,
-                          nOfColumns);
-    } else {
-        minDim = nOfColumns;
-        reduceColumnsAndStar(distMatrix.get(), starMatrix, newStarMatrix, assignment, coveredColumns,
-                             coveredRows, nOfRows, nOfColumns);
+    int const minDim = Kestrel::assignment::reduceAndStar(distMatrix.get(), assignment, coveredColumns,
+                                                          coveredRows, nOfRows, nOfColumns);
+    for (int row = 0; row < nOfRows; ++row) {
+        if (assignment[row] >= 0) {
+            std::size_t const index = elementIndex(row, assignment[row], nOfRows);
+            starMatrix[index] = true;
+            newStarMatrix[index] = true;
+        }
     }
 
     // The steps hand over to each other by returning the next one; this loop keeps the stack flat however
@@ -219,13 +187,16 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
 // keeps the first column that holds a star in it.
 void HungarianAlgorithm::buildassignmentvector(int* assignment, bool* starMatrix, int nOfRows,
                                                int nOfColumns) {
-    for (int row = 0; row < nOfRows; ++row)
+    for (int row = 0; row < nOfRows; ++row) {
         assignment[row] = -1;
+    }
     for (int col = 0; col < nOfColumns; ++col) {
         bool const* column = starMatrix + elementIndex(0, col, nOfRows);
-        for (int row = 0; row < nOfRows; ++row)
-            if (column[row] && assignment[row] < 0)
+        for (int row = 0; row < nOfRows; ++row) {
+            if (column[row] && assignment[row] < 0) {
                 assignment[row] = col;
+            }
+        }
     }
 }
 
@@ -233,7 +204,8 @@ void HungarianAlgorithm::computeassignmentcost(int* assignment, double* cost, do
                                                int nOfRows) {
     for (int row = 0; row < nOfRows; ++row) {
         int const col = assignment[row];
-        if (col >= 0)
+        if (col >= 0) {
             *cost += distMatrix[elementIndex(row, col, nOfRows)];
+        }
     }
 }

@@ -30,13 +30,16 @@ int findUncoveredZero(double const* column, bool const* coveredRows, int row, in
     constexpr int kBlock = 8;
     for (; row + kBlock <= nOfRows; row += kBlock) {
         bool any = false;
-        for (int k = 0; k < kBlock; ++k)
+        for (int k = 0; k < kBlock; ++k) {
             any |= isZero(column[row + k]) & !coveredRows[row + k];
-        if (any)
+        }
+        if (any) {
             break;
+        }
     }
-    while (row < nOfRows && (!isZero(column[row]) || coveredRows[row]))
+    while (row < nOfRows && (!isZero(column[row]) || coveredRows[row])) {
         ++row;
+    }
     return row;
 }
 
@@ -49,9 +52,11 @@ int findStarInColumn(bool const* starMatrix, int col, int nOfRows) {
 
 // Column of the first prime in `row` (columns in ascending order), or -1.
 int findPrimeInRow(bool const* primeMatrix, int row, int nOfRows, int nOfColumns) {
-    for (int col = 0; col < nOfColumns; ++col)
-        if (primeMatrix[elementIndex(row, col, nOfRows)])
+    for (int col = 0; col < nOfColumns; ++col) {
+        if (primeMatrix[elementIndex(row, col, nOfRows)]) {
             return col;
+        }
+    }
     return -1;
 }
 
@@ -59,9 +64,11 @@ int findPrimeInRow(bool const* primeMatrix, int row, int nOfRows, int nOfColumns
 
 HungarianAlgorithm::NextStep HungarianAlgorithm::step2a(int* assignment, double*, bool*, bool*, bool*,
                                                         bool* coveredColumns, bool*, int nOfRows, int, int) {
-    for (int row = 0; row < nOfRows; ++row)
-        if (assignment[row] >= 0)
+    for (int row = 0; row < nOfRows; ++row) {
+        if (assignment[row] >= 0) {
             coveredColumns[assignment[row]] = true;
+        }
+    }
     return NextStep::Step2b;
 }
 
@@ -69,9 +76,11 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step2b(int* assignment, double*
                                                         bool*, bool* coveredColumns, bool*, int nOfRows,
                                                         int nOfColumns, int minDim) {
     int nOfCoveredColumns = 0;
-    for (int col = 0; col < nOfColumns; ++col)
-        if (coveredColumns[col])
+    for (int col = 0; col < nOfColumns; ++col) {
+        if (coveredColumns[col]) {
             ++nOfCoveredColumns;
+        }
+    }
     if (nOfCoveredColumns == minDim) {
         buildassignmentvector(assignment, starMatrix, nOfRows, nOfColumns);
         return NextStep::Done;
@@ -87,19 +96,22 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step3(int* assignment, double* 
                                                        bool* primeMatrix, bool* coveredColumns,
                                                        bool* coveredRows, int nOfRows, int nOfColumns, int,
                                                        int* primeRow, int* primeCol, int* scanFrom) {
-    for (int col = 0; col < nOfColumns; ++col)
+    for (int col = 0; col < nOfColumns; ++col) {
         scanFrom[col] = 0;
+    }
     bool zerosFound = true;
     while (zerosFound) {
         zerosFound = false;
         for (int col = 0; col < nOfColumns; ++col) {
-            if (coveredColumns[col])
+            if (coveredColumns[col]) {
                 continue;
+            }
             double const* column = distMatrix + elementIndex(0, col, nOfRows);
             int const row = findUncoveredZero(column, coveredRows, scanFrom[col], nOfRows);
             scanFrom[col] = row;
-            if (row == nOfRows)
+            if (row == nOfRows) {
                 continue;
+            }
             primeMatrix[elementIndex(row, col, nOfRows)] = true;
             int const starCol = assignment[row];
             if (starCol < 0) {
@@ -150,25 +162,31 @@ HungarianAlgorithm::NextStep HungarianAlgorithm::step5(int*, double* distMatrix,
                                                        int nOfColumns, int) {
     double h = DBL_MAX;
     for (int col = 0; col < nOfColumns; ++col) {
-        if (coveredColumns[col])
+        if (coveredColumns[col]) {
             continue;
+        }
         double const* column = distMatrix + elementIndex(0, col, nOfRows);
-        for (int row = 0; row < nOfRows; ++row)
-            if (!coveredRows[row] && column[row] < h)
+        for (int row = 0; row < nOfRows; ++row) {
+            if (!coveredRows[row] && column[row] < h) {
                 h = column[row];
+            }
+        }
     }
 
     // Each element first gains h when its row is covered, then loses h when its column is uncovered.
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
         if (coveredColumns[col]) {
-            for (int row = 0; row < nOfRows; ++row)
-                if (coveredRows[row])
+            for (int row = 0; row < nOfRows; ++row) {
+                if (coveredRows[row]) {
                     column[row] += h;
+                }
+            }
         } else {
             for (int row = 0; row < nOfRows; ++row) {
-                if (coveredRows[row])
+                if (coveredRows[row]) {
                     column[row] += h;
+                }
                 column[row] -= h;
             }
         }

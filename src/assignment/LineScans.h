@@ -23,8 +23,9 @@ inline bool allFinite(double const* values, int n) {
     }
     finite = _mm_movemask_pd(all) == 3;
 #endif
-    for (; k < n; ++k)
+    for (; k < n; ++k) {
         finite = finite && values[k] - values[k] == 0.0;
+    }
     return finite;
 }
 
@@ -33,11 +34,13 @@ inline bool allFinite(double const* values, int n) {
 inline void lowerToElementwiseMinimum(double* minimum, double const* values, int n) {
     int k = 0;
 #if defined(__SSE2__)
-    for (; k + 2 <= n; k += 2)
+    for (; k + 2 <= n; k += 2) {
         _mm_storeu_pd(minimum + k, _mm_min_pd(_mm_loadu_pd(values + k), _mm_loadu_pd(minimum + k)));
+    }
 #endif
-    for (; k < n; ++k)
+    for (; k < n; ++k) {
         minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k];
+    }
 }
 
 // Smallest and largest of values[0 .. n), n >= 1, all finite.
@@ -78,8 +81,9 @@ inline int countEqual(double const* values, int n, double target) {
         count += (mask & 1) + (mask >> 1);
     }
 #endif
-    for (; k < n; ++k)
+    for (; k < n; ++k) {
         count += values[k] == target;
+    }
     return count;
 }
 

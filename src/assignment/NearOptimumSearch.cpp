@@ -27,19 +27,22 @@ struct ReverseArcs {
 ReverseArcs reverse(NearOptimumGraph const& graph, int nNodes) {
     ReverseArcs reversed;
     reversed.start.assign(nNodes + 1, 0);
-    for (int head : graph.arcHead)
+    for (int head : graph.arcHead) {
         ++reversed.start[head + 1];
-    for (int node = 0; node < nNodes; ++node)
+    }
+    for (int node = 0; node < nNodes; ++node) {
         reversed.start[node + 1] += reversed.start[node];
+    }
     reversed.tail.resize(graph.arcHead.size());
     reversed.weight.resize(graph.arcHead.size());
     std::vector<int> fill(reversed.start.begin(), reversed.start.end() - 1);
-    for (int node = 0; node < nNodes; ++node)
+    for (int node = 0; node < nNodes; ++node) {
         for (int arc = graph.arcStart[node]; arc < graph.arcStart[node + 1]; ++arc) {
             int const at = fill[graph.arcHead[arc]]++;
             reversed.tail[at] = node;
             reversed.weight[at] = graph.arcWeight[arc];
         }
+    }
     return reversed;
 }
 
@@ -48,16 +51,20 @@ bool chainToFreeLineWithin(NearOptimumGraph const& graph, ReverseArcs const& rev
                            double limit) {
     std::vector<double> distance(graph.freeWeight);
     MinQueue queue;
-    for (int node = 0; node < nNodes; ++node)
-        if (distance[node] < limit)
+    for (int node = 0; node < nNodes; ++node) {
+        if (distance[node] < limit) {
             queue.emplace(distance[node], node);
+        }
+    }
     while (!queue.empty()) {
         auto const [reached, node] = queue.top();
         queue.pop();
-        if (reached > distance[node])
+        if (reached > distance[node]) {
             continue;
-        if (reached + graph.releaseWeight[node] < limit)
+        }
+        if (reached + graph.releaseWeight[node] < limit) {
             return true;
+        }
         for (int arc = reversed.start[node]; arc < reversed.start[node + 1]; ++arc) {
             double const next = reached + reversed.weight[arc];
             int const tail = reversed.tail[arc];
@@ -77,8 +84,9 @@ std::vector<int> components(NearOptimumGraph const& graph, ReverseArcs const& re
     std::vector<char> seen(nNodes, 0);
     std::vector<std::pair<int, int>> stack;  // node, next arc to follow
     for (int root = 0; root < nNodes; ++root) {
-        if (seen[root])
+        if (seen[root]) {
             continue;
+        }
         seen[root] = 1;
         stack.emplace_back(root, graph.arcStart[root]);
         while (!stack.empty()) {
@@ -99,18 +107,20 @@ std::vector<int> components(NearOptimumGraph const& graph, ReverseArcs const& re
     std::vector<int> pending;
     int nComponents = 0;
     for (auto it = finished.rbegin(); it != finished.rend(); ++it) {
-        if (component[*it] >= 0)
+        if (component[*it] >= 0) {
             continue;
+        }
         component[*it] = nComponents;
         pending.push_back(*it);
         while (!pending.empty()) {
             int const node = pending.back();
             pending.pop_back();
-            for (int arc = reversed.start[node]; arc < reversed.start[node + 1]; ++arc)
+            for (int arc = reversed.start[node]; arc < reversed.start[node + 1]; ++arc) {
                 if (component[reversed.tail[arc]] < 0) {
                     component[reversed.tail[arc]] = nComponents;
                     pending.push_back(reversed.tail[arc]);
                 }
+            }
         }
         ++nComponents;
     }
@@ -120,8 +130,9 @@ std::vector<int> components(NearOptimumGraph const& graph, ReverseArcs const& re
 bool cycleWithin(NearOptimumGraph const& graph, ReverseArcs const& reversed, int nNodes, double limit) {
     std::vector<int> const component = components(graph, reversed, nNodes);
     std::vector<int> size(nNodes, 0);
-    for (int node = 0; node < nNodes; ++node)
+    for (int node = 0; node < nNodes; ++node) {
         ++size[component[node]];
+    }
 
     double const infinity = std::numeric_limits<double>::infinity();
     std::vector<double> distance(nNodes, infinity);
@@ -129,8 +140,9 @@ bool cycleWithin(NearOptimumGraph const& graph, ReverseArcs const& reversed, int
     std::size_t budget = kCycleSearchBudget;
     for (int start = 0; start < nNodes; ++start) {
         int const home = component[start];
-        if (size[home] < 2)
+        if (size[home] < 2) {
             continue;
+        }
         MinQueue queue;
         distance[start] = 0.0;
         touched.push_back(start);
@@ -138,27 +150,33 @@ bool cycleWithin(NearOptimumGraph const& graph, ReverseArcs const& reversed, int
         while (!queue.empty()) {
             auto const [reached, node] = queue.top();
             queue.pop();
-            if (reached > distance[node])
+            if (reached > distance[node]) {
                 continue;
-            if (budget-- == 0)
+            }
+            if (budget-- == 0) {
                 return true;
+            }
             for (int arc = graph.arcStart[node]; arc < graph.arcStart[node + 1]; ++arc) {
                 int const head = graph.arcHead[arc];
-                if (component[head] != home)
+                if (component[head] != home) {
                     continue;
+                }
                 double const next = reached + graph.arcWeight[arc];
-                if (head == start && next < limit)
+                if (head == start && next < limit) {
                     return true;
+                }
                 if (next < limit && next < distance[head]) {
-                    if (distance[head] == infinity)
+                    if (distance[head] == infinity) {
                         touched.push_back(head);
+                    }
                     distance[head] = next;
                     queue.emplace(next, head);
                 }
             }
         }
-        for (int node : touched)
+        for (int node : touched) {
             distance[node] = infinity;
+        }
         touched.clear();
     }
     return false;

@@ -49,14 +49,16 @@ double lowestOpenDistance(double const* distance, double const* blocked, int nCo
     int col = 0;
 #if defined(__SSE2__)
     __m128d lanes = _mm_set1_pd(lowest);
-    for (; col + 2 <= nCols; col += 2)
+    for (; col + 2 <= nCols; col += 2) {
         lanes = _mm_min_pd(_mm_add_pd(_mm_loadu_pd(distance + col), _mm_loadu_pd(blocked + col)), lanes);
+    }
     double pair[2];
     _mm_storeu_pd(pair, lanes);
     lowest = std::min(pair[0], pair[1]);
 #endif
-    for (; col < nCols; ++col)
+    for (; col < nCols; ++col) {
         lowest = std::min(lowest, distance[col] + blocked[col]);
+    }
     return lowest;
 }
 
@@ -66,8 +68,9 @@ double lowestOpenDistance(double const* distance, double const* blocked, int nCo
 void reduceColumns(double const* const* rows, int nRows, int nCols, std::vector<int>& columnOfRow,
                    std::vector<int>& rowOfColumn, std::vector<double>& v) {
     std::vector<int> lowestRow(nCols, 0);
-    for (int col = 0; col < nCols; ++col)
+    for (int col = 0; col < nCols; ++col) {
         v[col] = rows[0][col];
+    }
     for (int row = 1; row < nRows; ++row) {
         double const* cost = rows[row];
         for (int col = 0; col < nCols; ++col) {
@@ -106,12 +109,20 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
     scannedColumns.reserve(nCols);
     visitedRows.reserve(nRows);
 
-    if (nRows == nCols)
+    // Dual-feasible start, so that every reduced cost the searches meet is >= 0 whatever the sign of the
+    // costs: square problems start from the column minima, the others from each row's minimum.
+    if (nRows == nCols) {
         reduceColumns(rows, nRows, nCols, columnOfRow, rowOfColumn, v);
+    } else {
+        for (int row = 0; row < nRows; ++row) {
+            u[row] = *std::min_element(rows[row], rows[row] + nCols);
+        }
+    }
 
     for (int startRow = 0; startRow < nRows; ++startRow) {
-        if (columnOfRow[startRow] >= 0)
+        if (columnOfRow[startRow] >= 0) {
             continue;
+        }
         std::fill(distance.begin(), distance.end(), infinity);
         std::fill(blocked.begin(), blocked.end(), 0.0);
         scannedColumns.clear();
@@ -124,18 +135,21 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
             relaxFromRow(rows[row], reached - u[row], static_cast<double>(row), v.data(), blocked.data(),
                          distance.data(), reachedFrom.data(), nCols);
             double const lowest = lowestOpenDistance(distance.data(), blocked.data(), nCols);
-            if (!(lowest < infinity))
+            if (!(lowest < infinity)) {
                 return std::nullopt;
+            }
             int col = 0;
-            while (distance[col] + blocked[col] != lowest)
+            while (distance[col] + blocked[col] != lowest) {
                 ++col;
+            }
             reached = lowest;
             blocked[col] = infinity;
             scannedColumns.push_back(col);
-            if (rowOfColumn[col] < 0)
+            if (rowOfColumn[col] < 0) {
                 sink = col;
-            else
+            } else {
                 row = rowOfColumn[col];
+            }
         }
 
         u[startRow] += reached;
@@ -143,26 +157,30 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
             int const visited = visitedRows[k];
             u[visited] += reached - distance[columnOfRow[visited]];
         }
-        for (int col : scannedColumns)
+        for (int col : scannedColumns) {
             v[col] -= reached - distance[col];
+        }
 
         for (int col = sink;;) {
             int const from = static_cast<int>(reachedFrom[col]);
             rowOfColumn[col] = from;
             int const previous = columnOfRow[from];
             columnOfRow[from] = col;
-            if (from == startRow)
+            if (from == startRow) {
                 break;
+            }
             col = previous;
         }
     }
     if (nRows == nCols) {
         // Shift the duals so that every column dual is <= 0; reduced costs are unchanged.
         double const shift = *std::max_element(v.begin(), v.end());
-        for (double& value : v)
+        for (double& value : v) {
             value -= shift;
-        for (double& value : u)
+        }
+        for (double& value : u) {
             value += shift;
+        }
     }
     return solution;
 }

@@ -17,7 +17,8 @@ struct DualSolution {
     std::vector<double> columnDual;
 };
 
-// rows[i] points to the nCols costs of row i (contiguous). Requires nRows <= nCols and finite costs.
+// rows[i] points to the nCols costs of row i (contiguous). Requires nRows <= nCols, no NaN or -infinity,
+// and an assignment of every row that avoids the +infinity costs (forbidden pairs). Costs may be negative.
 // Returns nothing if the search distances overflow (costs near the largest double).
 // Each row is added by one Dijkstra search over the columns in reduced costs: O(nRows * nCols) per row in
 // the worst case, O(nRows^2 * nCols) in all. Working memory is O(nCols), allocated once.

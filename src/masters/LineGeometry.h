@@ -29,13 +29,14 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
     // zero-weighted length terms, then the uncovered-length term.
     double score(std::vector<int> const& masterIndices) const;
 
-    // The model's fullDistance(from, to), from the table when the line has one.
-    double fullDistance(int from, int to) const;
+    std::vector<double> const& segmentLengths() const { return lengths; }
 
     // row[to] = the model's fullDistance(from, to) for every to = 0 ... n - 1, in O(n) for any line length.
     void fullDistancesFrom(std::size_t from, double* row) const;
 
   private:
+    double fullDistance(int from, int to) const;
+
     std::shared_ptr<DrawbeadToyModel const> model;
     std::size_t n;
     bool closed;

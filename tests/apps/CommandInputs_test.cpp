@@ -16,6 +16,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <limits>
 
 using ktx::InputError;
 using ::testing::StartsWith;
@@ -124,14 +125,53 @@ TEST(MastersInput, MastersAllowedByPreGroupsCountUngroupedSegmentsOnce) {
     EXPECT_EQ(ktx::mastersAllowedByPreGroups({}, 10), 10);
 }
 
-TEST(AssignInput, JsonArrayAndObjectFormsGiveTheSameMatrix) {
-    EXPECT_EQ(ktx::parseAssignInput("[[1, 2], [3, 4]]"),
-              ktx::parseAssignInput(R"({"costs": [[1, 2], [3, 4]]})"));
-    EXPECT_EQ(ktx::parseAssignInput("  \n1;2\n3;4\n"), ktx::parseAssignInput("[[1, 2], [3, 4]]"));
+namespace {
+
+std::vector<std::vector<double>> minimising(std::string const& text) {
+    return ktx::parseAssignInput(text, ktx::AssignGoal::Minimize);
 }
 
-TEST(AssignInput, RowWithoutColumnsIsRejected) {
-    EXPECT_EQ(messageOf(ktx::parseAssignInput, R"({"costs": [[]]})"), "field 'costs[0]': must not be empty");
+std::vector<std::vector<double>> maximising(std::string const& text) {
+    return ktx::parseAssignInput(text, ktx::AssignGoal::Maximize);
+}
+
+}  // namespace
+
+TEST(AssignInput, JsonArrayAndObjectFormsGiveTheSameMatrix) {
+    EXPECT_EQ(minimising("[[1, 2], [3, 4]]"), minimising(R"({"costs": [[1, 2], [3, 4]]})"));
+    EXPECT_EQ(minimising("  \n1;2\n3;4\n"), minimising("[[1, 2], [3, 4]]"));
+}
+
+TEST(AssignInput, EmptyMatricesAreAccepted) {
+    EXPECT_TRUE(minimising("[]").empty());
+    EXPECT_TRUE(minimising("# nothing\n").empty());
+    EXPECT_EQ(minimising(R"({"costs": [[], []]})"), (std::vector<std::vector<double>>{{}, {}}));
+}
+
+TEST(AssignInput, ForbiddenPairsAreInfInCsvAndNullInJson) {
+    double const inf = std::numeric_limits<double>::infinity();
+    std::vector<std::vector<double>> const expected = {{1.0, inf}, {inf, 2.0}};
+    EXPECT_EQ(minimising("1,inf\nInfinity,2\n"), expected);
+    EXPECT_EQ(minimising("[[1, null], [null, 2]]"), expected);
+    std::vector<std::vector<double>> const negated = {{1.0, -inf}, {-inf, -2.0}};
+    EXPECT_EQ(maximising("1,-inf\n-Infinity,-2\n"), negated);
+    EXPECT_EQ(maximising(R"({"costs": [[1, null], [null, -2]]})"), negated);
+}
+
+TEST(AssignInput, InfinitiesOfTheWrongSignAndNaNAreRejected) {
+    EXPECT_EQ(messageOf(minimising, "1,-inf\n2,3\n"),
+              "field 'cost matrix[0][1]': -inf is not a cost; a forbidden pair is inf when minimising");
+    EXPECT_EQ(messageOf(maximising, "[[1, 2], [3, 1e999]]"),
+              "1:14: number out of range: '1e999' is beyond the largest double");
+    EXPECT_EQ(messageOf(maximising, "1,inf\n2,3\n"),
+              "field 'cost matrix[0][1]': inf is not a profit; a forbidden pair is -inf when maximising");
+    EXPECT_EQ(messageOf(minimising, "1,nan\n2,3\n"), "1:3: 'nan' is not a finite number");
+}
+
+TEST(AssignInput, NegativeCostsAreRejectedOnlyWhenMinimising) {
+    EXPECT_THAT(messageOf(minimising, "1,-2\n"),
+                StartsWith("field 'cost matrix[0][1]': costs must not be negative"));
+    EXPECT_EQ(maximising("1,-2\n"), (std::vector<std::vector<double>>{{1.0, -2.0}}));
 }
 
 TEST(LhsInput, NamesColumnsAndDefaultsTheOrder) {

@@ -212,6 +212,72 @@ TEST(KtxAssign, TallMatrixLeavesOneRowUnassigned) {
     EXPECT_EQ(std::count(assignment.begin(), assignment.end(), -1), 1);
 }
 
+TEST(KtxAssign, ForbiddenPairsAreNeverAssigned) {
+    KtxRun const run = runKtx({"assign", "-"}, "inf,1,5\n2,inf,1\n1,4,Infinity\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    EXPECT_EQ(result["assignment"].get<std::vector<int>>(), (std::vector<int>{1, 2, 0}));
+    EXPECT_EQ(result["cost"].get<double>(), 3.0);
+}
+
+TEST(KtxAssign, NullMarksAForbiddenPairInJson) {
+    KtxRun const run = runKtx({"assign", "-"}, R"({"costs": [[null, 2.5], [0.5, null]]})");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    EXPECT_EQ(result["assignment"].get<std::vector<int>>(), (std::vector<int>{1, 0}));
+    EXPECT_EQ(result["cost"].get<double>(), 3.0);
+}
+
+TEST(KtxAssign, InfeasibleMatrixExitsWithStatusTwoAndOneLine) {
+    KtxRun const run = runKtx({"assign", "-"}, "1,inf,inf\n2,inf,inf\n3,4,5\n");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_NE(run.err.find("cost matrix is infeasible"), std::string::npos) << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+}
+
+TEST(KtxAssign, MaximizeFindsTheLargestTotalAndHonoursForbiddenPairs) {
+    KtxRun const run = runKtx({"assign", "-", "--maximize"}, "4,1,3\n2,0,5\n3,2,-inf\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    // Of the assignments avoiding (2, 2), rows 0, 1, 2 to columns 0, 2, 1 give 4 + 5 + 2 = 11, the most.
+    EXPECT_EQ(result["assignment"].get<std::vector<int>>(), (std::vector<int>{0, 2, 1}));
+    EXPECT_EQ(result["cost"].get<double>(), 11.0);
+}
+
+TEST(KtxAssign, MaximizeAcceptsNegativeValuesAndRectangularMatrices) {
+    KtxRun const run = runKtx({"assign", "-", "--maximize"}, "-1,-5\n-3,-2\n-4,-9\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    EXPECT_EQ(result["assignment"].get<std::vector<int>>(), (std::vector<int>{0, 1, -1}));
+    EXPECT_EQ(result["cost"].get<double>(), -3.0);
+}
+
+TEST(KtxAssign, EmptyMatrixAssignsNothing) {
+    KtxRun const run = runKtx({"assign", "-"}, "[]");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    EXPECT_EQ(result["rows"], 0);
+    EXPECT_EQ(result["columns"], 0);
+    EXPECT_TRUE(result["assignment"].empty());
+    EXPECT_EQ(result["cost"].get<double>(), 0.0);
+
+    KtxRun const noColumns = runKtx({"assign", "-"}, "[[], []]");
+    ASSERT_EQ(noColumns.status, 0) << noColumns.err;
+    EXPECT_EQ(jsonOf(noColumns)["assignment"].get<std::vector<int>>(), (std::vector<int>{-1, -1}));
+}
+
+TEST(KtxAssign, TinyCostsWarnOnStandardErrorAndStillSolve) {
+    KtxRun const run = runKtx({"assign", "-"}, "3e-15,1e-15\n2e-15,4e-15\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.err.find("warning: the largest finite cost is"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("multiply every cost"), std::string::npos) << run.err;
+    EXPECT_EQ(jsonOf(run)["assignment"].get<std::vector<int>>().size(), 2u);
+
+    KtxRun const ordinary = runKtx({"assign", "-"}, "3,1\n2,4\n");
+    EXPECT_EQ(ordinary.err, "");
+}
+
 TEST(KtxLhs, EveryCandidateOfEveryFactorAppearsExactlyOnce) {
     KtxRun const run = runKtx({"lhs", examplePath("lhs.json")});
     ASSERT_EQ(run.status, 0) << run.err;

@@ -17,16 +17,19 @@ Enumeration enumerate(std::vector<std::vector<double>> const& matrix) {
     double bestCost = 0.0;
     do {
         // Permutations that differ only beyond the short side give the same assignment: count it once.
-        if (!std::is_sorted(order.begin() + shortSide, order.end()))
+        if (!std::is_sorted(order.begin() + shortSide, order.end())) {
             continue;
+        }
         double total = 0.0;
-        for (int k = 0; k < shortSide; ++k)
+        for (int k = 0; k < shortSide; ++k) {
             total += wide ? matrix[k][order[k]] : matrix[order[k]][k];
+        }
         if (result.costs.empty() || total < bestCost) {
             bestCost = total;
             result.best.assign(nRows, -1);
-            for (int k = 0; k < shortSide; ++k)
+            for (int k = 0; k < shortSide; ++k) {
                 result.best[wide ? k : order[k]] = wide ? order[k] : k;
+            }
         }
         result.costs.push_back(total);
     } while (std::next_permutation(order.begin(), order.end()));

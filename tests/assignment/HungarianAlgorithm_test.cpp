@@ -1,6 +1,7 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "BruteForceAssignments.h"
+#include "CerrCapture.h"
 #include "HungarianAlgorithmInternals.h"
 #include "ReferenceMunkres.h"
 
@@ -35,36 +36,28 @@ Solution solve(Matrix matrix) {
     return solution;
 }
 
-// Redirects std::cerr into a string for the lifetime of the object.
-class CerrCapture {
-  public:
-    CerrCapture() : previous_(std::cerr.rdbuf(captured_.rdbuf())) {}
-    ~CerrCapture() { std::cerr.rdbuf(previous_); }
-    std::string text() const { return captured_.str(); }
-
-  private:
-    std::ostringstream captured_;
-    std::streambuf* previous_;
-};
-
 Matrix randomMatrix(std::mt19937& engine, int nRows, int nCols, bool integers, int maxInteger) {
     std::uniform_real_distribution<double> real(0.0, 1.0);
     std::uniform_int_distribution<int> integer(0, maxInteger);
     Matrix matrix(nRows, std::vector<double>(nCols));
-    for (auto& row : matrix)
-        for (double& value : row)
+    for (auto& row : matrix) {
+        for (double& value : row) {
             value = integers ? integer(engine) : real(engine);
+        }
+    }
     return matrix;
 }
 
 bool isValidAssignment(std::vector<int> const& assignment, int nRows, int nCols) {
-    if (static_cast<int>(assignment.size()) != nRows)
+    if (static_cast<int>(assignment.size()) != nRows) {
         return false;
+    }
     std::vector<bool> used(nCols, false);
     int assigned = 0;
     for (int col : assignment) {
-        if (col < -1 || col >= nCols || (col >= 0 && used[col]))
+        if (col < -1 || col >= nCols || (col >= 0 && used[col])) {
             return false;
+        }
         if (col >= 0) {
             used[col] = true;
             ++assigned;
@@ -211,7 +204,7 @@ TEST(HungarianAlgorithm, InfiniteElementIsRejectedNamingTheElement) {
         HungarianAlgorithm().Solve(matrix, assignment);
         FAIL() << "no exception";
     } catch (std::invalid_argument const& error) {
-        EXPECT_NE(std::string(error.what()).find("(row 1, column 1) is infinite"), std::string::npos)
+        EXPECT_NE(std::string(error.what()).find("(row 1, column 1) is -infinity"), std::string::npos)
             << error.what();
     }
 }
@@ -219,17 +212,19 @@ TEST(HungarianAlgorithm, InfiniteElementIsRejectedNamingTheElement) {
 // Every matrix of 1 to 3 rows and columns with elements from {0, 1, 2}: optimal against enumeration, and
 // identical to the independent reference implementation of the steps (which decides every tie).
 TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMunkresSteps) {
-    for (int nRows = 1; nRows <= 3; ++nRows)
+    for (int nRows = 1; nRows <= 3; ++nRows) {
         for (int nCols = 1; nCols <= 3; ++nCols) {
             int const nElements = nRows * nCols;
             int nMatrices = 1;
-            for (int k = 0; k < nElements; ++k)
+            for (int k = 0; k < nElements; ++k) {
                 nMatrices *= 3;
+            }
             for (int code = 0; code < nMatrices; ++code) {
                 Matrix matrix(nRows, std::vector<double>(nCols));
                 int rest = code;
-                for (int k = 0; k < nElements; ++k, rest /= 3)
+                for (int k = 0; k < nElements; ++k, rest /= 3) {
                     matrix[k / nCols][k % nCols] = rest % 3;
+                }
                 Solution const solution = solve(matrix);
                 ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
                 ASSERT_EQ(solution.assignment, expected.assignment) << nRows << "x" << nCols << " #" << code;
@@ -237,6 +232,7 @@ TEST(HungarianAlgorithm, EverySmallMatrixOfThreeValuesMatchesBruteForceAndTheMun
                 ASSERT_EQ(solution.cost, bruteforce::optimum(matrix));
             }
         }
+    }
 }
 
 TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheMunkresSteps) {
@@ -252,10 +248,11 @@ TEST(HungarianAlgorithm, SeededRandomMatricesMatchBruteForceAndTheMunkresSteps) 
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
         ASSERT_TRUE(isValidAssignment(solution.assignment, nRows, nCols));
         double const optimum = bruteforce::optimum(matrix);
-        if (integers)
+        if (integers) {
             ASSERT_EQ(solution.cost, optimum) << "trial " << trial;
-        else
+        } else {
             ASSERT_NEAR(solution.cost, optimum, 1e-12) << "trial " << trial;
+        }
     }
 }
 
@@ -279,9 +276,11 @@ TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheMunkresSteps) {
         int const nRows = 1 + static_cast<int>(engine() % 8);
         int const nCols = 1 + static_cast<int>(engine() % 8);
         Matrix matrix(nRows, std::vector<double>(nCols));
-        for (auto& row : matrix)
-            for (double& element : row)
+        for (auto& row : matrix) {
+            for (double& element : row) {
                 element = value(engine);
+            }
+        }
         ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
         CerrCapture capture;
         Solution const solution = solve(matrix);
@@ -289,8 +288,9 @@ TEST(HungarianAlgorithm, MatricesWithNegativeElementsMatchTheMunkresSteps) {
         ASSERT_EQ(solution.assignment, expected.assignment) << "trial " << trial;
         ASSERT_EQ(solution.cost, expected.cost) << "trial " << trial;
         std::string expectedText;
-        for (int k = 0; k < expected.negativeElements; ++k)
+        for (int k = 0; k < expected.negativeElements; ++k) {
             expectedText += "All matrix elements have to be non-negative.\n";
+        }
         ASSERT_EQ(text, expectedText);
     }
 }
@@ -316,9 +316,11 @@ void runOnThreadWithStack(std::size_t stackBytes, Body& body) {
 TEST(HungarianAlgorithm, ThousandsOfIterationsRunOnA256KiBStack) {
     int const n = 100;
     Matrix matrix(n, std::vector<double>(n));
-    for (int row = 0; row < n; ++row)
-        for (int col = 0; col < n; ++col)
+    for (int row = 0; row < n; ++row) {
+        for (int col = 0; col < n; ++col) {
             matrix[row][col] = (row + 1.0) * (col + 1.0);
+        }
+    }
     ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
     ASSERT_GE(expected.matrixAdjustments, n * (n - 1) / 2);
 
@@ -342,9 +344,11 @@ TEST(HungarianAlgorithm, ThreeThousandSquareMatrixWithTiesSolvesOnA256KiBStack) 
     std::mt19937 engine(3000);
     std::uniform_int_distribution<int> digit(0, 9);
     Matrix matrix(n, std::vector<double>(n));
-    for (std::vector<double>& row : matrix)
-        for (double& element : row)
+    for (std::vector<double>& row : matrix) {
+        for (double& element : row) {
             element = digit(engine);
+        }
+    }
 
     Solution solved{{}, 0.0};
     auto body = [&] { solved.cost = HungarianAlgorithm().Solve(matrix, solved.assignment); };

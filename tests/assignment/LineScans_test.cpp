@@ -15,8 +15,9 @@ using namespace Kestrel::assignment;
 std::vector<double> randomLine(std::mt19937& engine, int n) {
     std::uniform_int_distribution<int> value(-20, 20);
     std::vector<double> line(n);
-    for (double& element : line)
+    for (double& element : line) {
         element = value(engine) * 0.25;
+    }
     return line;
 }
 
@@ -61,12 +62,13 @@ TEST(LineScans, NonFiniteValueIsFoundAtEveryPosition) {
     for (int n = 1; n <= 9; ++n) {
         std::vector<double> line(n, 1.5);
         EXPECT_TRUE(allFinite(line.data(), n));
-        for (int at = 0; at < n; ++at)
+        for (int at = 0; at < n; ++at) {
             for (double value : bad) {
                 std::vector<double> withBad = line;
                 withBad[at] = value;
                 EXPECT_FALSE(allFinite(withBad.data(), n)) << n << " " << at;
             }
+        }
     }
 }
 

@@ -16,10 +16,12 @@ double const kNone = std::numeric_limits<double>::infinity();
 NearOptimumGraph graphOf(int nNodes, std::vector<std::tuple<int, int, double>> const& arcs) {
     NearOptimumGraph graph;
     graph.arcStart.assign(nNodes + 1, 0);
-    for (auto const& [tail, head, weight] : arcs)
+    for (auto const& [tail, head, weight] : arcs) {
         ++graph.arcStart[tail + 1];
-    for (int node = 0; node < nNodes; ++node)
+    }
+    for (int node = 0; node < nNodes; ++node) {
         graph.arcStart[node + 1] += graph.arcStart[node];
+    }
     graph.arcHead.resize(arcs.size());
     graph.arcWeight.resize(arcs.size());
     std::vector<int> fill(graph.arcStart.begin(), graph.arcStart.end() - 1);

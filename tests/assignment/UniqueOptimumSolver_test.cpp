@@ -49,6 +49,17 @@ BothRoutes solveBothWays(Matrix& matrix) {
     return result;
 }
 
+// Whether the fast route proves the matrix; *matched tells whether Solve and (if proved) the proved
+// assignment agree bit for bit with the Munkres steps alone.
+bool provedAndMatchedTheSteps(Matrix& matrix, bool* matched) {
+    std::vector<int> fastAssignment;
+    bool const proved = outcomeFor(matrix, fastAssignment) == UniqueOptimumOutcome::Proved;
+    BothRoutes const both = solveBothWays(matrix);
+    *matched = both.assignment == both.stepsAssignment && sameBits(both.cost, both.stepsCost) &&
+               (!proved || fastAssignment == both.stepsAssignment);
+    return proved;
+}
+
 Matrix uniformMatrix(std::mt19937& engine, int nRows, int nCols) {
     std::uniform_real_distribution<double> value(0.0, 1.0);
     Matrix matrix(nRows, std::vector<double>(nCols));
@@ -204,10 +215,63 @@ TEST(UniqueOptimumSolver, RowThatCouldMoveToAFreeColumnAtEqualCostIsLeftToTheMun
     EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NearTieFound);
 }
 
-TEST(UniqueOptimumSolver, NegativeElementsAreLeftToTheMunkresSteps) {
+TEST(UniqueOptimumSolver, NegativeElementsAreProvedAsOthersAre) {
     Matrix const matrix = {{0.5, -0.25}, {0.75, 0.125}};
     std::vector<int> assignment;
-    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::NotApplicable);
+    EXPECT_EQ(outcomeFor(matrix, assignment), UniqueOptimumOutcome::Proved);
+    EXPECT_EQ(assignment, std::vector<int>({1, 0}));
+}
+
+// Negated and shifted uniform matrices (the maximisation a user writes as a minimisation): the fast route
+// applies as for positive costs and returns the steps' result.
+TEST(UniqueOptimumSolver, NegativeMatricesAreProvedAndMatchTheMunkresSteps) {
+    std::mt19937 engine(909);
+    int proved = 0;
+    int const trials = 120;
+    for (int trial = 0; trial < trials; ++trial) {
+        int const nRows = 1 + static_cast<int>(engine() % 30);
+        int const nCols = trial % 3 == 0 ? nRows : 1 + static_cast<int>(engine() % 30);
+        Matrix matrix = uniformMatrix(engine, nRows, nCols);
+        double const shift = trial % 2 == 0 ? 0.0 : 0.5;
+        for (auto& row : matrix) {
+            for (double& element : row) {
+                element = shift - element;
+            }
+        }
+        bool matched = false;
+        proved += provedAndMatchedTheSteps(matrix, &matched);
+        ASSERT_TRUE(matched) << "trial " << trial;
+    }
+    EXPECT_GE(proved, trials * 9 / 10);
+}
+
+// Square matrices with forbidden pairs take the fast route too; rectangular ones whose lines hold fewer
+// finite costs than the short side has lines are left to the other routes.
+TEST(UniqueOptimumSolver, ForbiddenPairsAreProvedOnSquareMatricesAndMatchTheMunkresSteps) {
+    std::mt19937 engine(31);
+    std::bernoulli_distribution forbidden(0.3);
+    int proved = 0;
+    int const trials = 150;
+    for (int trial = 0; trial < trials; ++trial) {
+        int const n = 2 + static_cast<int>(engine() % 30);
+        Matrix matrix = uniformMatrix(engine, n, n);
+        for (int row = 0; row < n; ++row) {
+            for (int col = 0; col < n; ++col) {
+                if (col != (row + trial) % n && forbidden(engine)) {
+                    matrix[row][col] = std::numeric_limits<double>::infinity();
+                }
+            }
+        }
+        bool matched = false;
+        proved += provedAndMatchedTheSteps(matrix, &matched);
+        ASSERT_TRUE(matched) << "trial " << trial;
+    }
+    EXPECT_GE(proved, trials * 9 / 10);
+
+    double const inf = std::numeric_limits<double>::infinity();
+    Matrix const wide = {{inf, inf, 0.25}, {0.75, 0.125, 0.375}};
+    std::vector<int> assignment;
+    EXPECT_EQ(outcomeFor(wide, assignment), UniqueOptimumOutcome::NotApplicable);
 }
 
 TEST(UniqueOptimumSolver, HugeElementsAreLeftToTheMunkresSteps) {

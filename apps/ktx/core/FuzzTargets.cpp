@@ -36,7 +36,8 @@ bool runFuzzTarget(std::string const& target, std::string const& input) {
             mastersPicture(parsed.lengths, parsed.ranges, parsed.masterIndices.value_or(std::vector<int>{0}),
                            parsed.masterValues.value_or(std::vector<double>{}), "fuzz");
         } else if (target == "assign") {
-            parseAssignInput(input);
+            parseAssignInput(input, AssignGoal::Minimize);
+            parseAssignInput(input, AssignGoal::Maximize);
         } else if (target == "lhs") {
             LhsInput const parsed = parseLhsInput(input);
             lhsColumnNames(parsed);

@@ -2,12 +2,15 @@
 //
 // CSV (as a spreadsheet exports it):      or JSON:
 //   4,1,3                                   {"costs": [[4, 1, 3], [2, 0, 5], [3, 2, 2]]}
-//   2,0,5                                 or simply [[4, 1, 3], [2, 0, 5], [3, 2, 2]]
+//   2,0,inf                               or simply [[4, 1, 3], [2, 0, null], [3, 2, 2]]
 //   3,2,2
 //
 // The format is recognised from the first character that is not white space ('{' or '[' means JSON).
-// Every cost must be a finite, non-negative number; the matrix must not be empty and all rows must have
-// the same number of columns.
+// A forbidden pair (a worker that may not take a job) is written `inf` (or `Infinity`) in CSV when
+// minimising and `-inf` (or `-Infinity`) when maximising; JSON has no infinity, so there `null` marks a
+// forbidden pair in either case. Other costs are finite; when minimising they must not be negative. All
+// rows have the same number of columns; a matrix without rows (or rows without columns) is accepted and
+// assigns nothing.
 #pragma once
 
 #include <string>
@@ -15,6 +18,10 @@
 
 namespace ktx {
 
-std::vector<std::vector<double>> parseAssignInput(std::string const& text);
+enum class AssignGoal { Minimize, Maximize };
+
+// The costs with every forbidden pair as +infinity (minimising) or -infinity (maximising).
+// Throws InputError naming the line and column (CSV) or the field (JSON) of a malformed or invalid cost.
+std::vector<std::vector<double>> parseAssignInput(std::string const& text, AssignGoal goal);
 
 }  // namespace ktx

@@ -71,7 +71,7 @@ std::vector<Cell> splitLine(std::string const& line, char separator, std::size_t
     return cells;
 }
 
-double parseCell(Cell const& cell, std::size_t lineNumber) {
+double parseCell(Cell const& cell, std::size_t lineNumber, CsvInfinity infinity) {
     std::string text = cell.text;
     std::size_t start = 0;
     while (start < text.size() && isBlank(text[start])) {
@@ -92,7 +92,7 @@ double parseCell(Cell const& cell, std::size_t lineNumber) {
     if (!isNumber) {
         failAt(lineNumber, cell.column, "'" + text + "' is not a number");
     }
-    if (!std::isfinite(value)) {
+    if (std::isnan(value) || (std::isinf(value) && infinity == CsvInfinity::Rejected)) {
         failAt(lineNumber, cell.column, "'" + text + "' is not a finite number");
     }
     return value;
@@ -100,7 +100,7 @@ double parseCell(Cell const& cell, std::size_t lineNumber) {
 
 }  // namespace
 
-std::vector<std::vector<double>> parseCsvMatrix(std::string const& text) {
+std::vector<std::vector<double>> parseCsvMatrix(std::string const& text, CsvInfinity infinity) {
     std::vector<std::vector<double>> rows;
     char separator = 0;
     std::size_t lineNumber = 0;
@@ -134,7 +134,7 @@ std::vector<std::vector<double>> parseCsvMatrix(std::string const& text) {
         std::vector<double> row;
         row.reserve(cells.size());
         for (Cell const& cell : cells) {
-            row.push_back(parseCell(cell, lineNumber));
+            row.push_back(parseCell(cell, lineNumber, infinity));
         }
         rows.push_back(std::move(row));
     }

@@ -1,0 +1,35 @@
+// The Munkres steps, from the first star pass on, for matrices on which every value they form is exact:
+// all finite elements are multiples of one power of two 2^e (e >= -52; integers are the common case) and
+// small enough that sums of them stay below 2^(52 + e). Then the working matrix equals, bit for bit,
+// reduced + rowAdded[row] - columnSubtracted[col], where the two potentials are the sums of the adjustments
+// each line received, and the steps can be carried out with O(rows + columns) work per adjustment instead
+// of a pass over the whole matrix. The scan orders and the choices are those of the steps, so the stars
+// (and hence the assignment) come out identical.
+#pragma once
+
+#include <cstddef>
+
+namespace Kestrel::assignment {
+
+// The bound below which every value the steps form from this column-major matrix is exact: 2^(52 + e) for
+// the coarsest e such that every finite element is a multiple of 2^e, when e >= -52 (so that a non-zero
+// working value is never below DBL_EPSILON) and twice the largest finite magnitude stays below the bound.
+// Returns 0 when the matrix does not qualify. +infinity elements are skipped.
+double exactRange(double const* columnMajor, std::size_t nOfElements);
+
+// Continues the steps after the first reduction and star pass: `reduced` is the column-major working
+// matrix at that point, starColumn[row] the column of each row's star (-1 for none). Requires a range from
+// exactRange for the unreduced matrix and a matrix that admits min(rows, columns) pairs on finite elements.
+// Returns true with starColumn holding the final star of each row (the steps' assignment), or false, with
+// starColumn in an unspecified state, when the adjustments would leave the exact range (the ordinary steps
+// must then run).
+bool continueStepsExactly(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn);
+
+// The whole route: qualification, a working copy, the first reduction and star pass, and the incremental
+// steps. distMatrixIn is the caller's matrix in column-major order, which must admit min(rows, columns)
+// pairs on finite elements. Returns true with assignment[row] the column of each row (-1 for none), which
+// is what the Munkres steps return for this matrix; false, leaving assignment unspecified, when the matrix
+// does not qualify or leaves the exact range on the way.
+bool solveByExactSteps(double const* distMatrixIn, int* assignment, int nOfRows, int nOfColumns);
+
+}  // namespace Kestrel::assignment

@@ -1,0 +1,95 @@
+// The first stage of the Munkres steps: the reduction of every short-side line by its minimum and the
+// first pass of stars.
+#include "FirstReduction.h"
+
+#include "LineScans.h"
+#include "MatrixCheck.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstddef>
+#include <memory>
+
+namespace Kestrel::assignment {
+namespace {
+
+// Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
+// the lowest uncovered column holding a zero; the starred columns end up covered. starColumn receives the
+// star's column per row (-1 for none). +infinity elements stay +infinity and are never zero.
+void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows,
+                       int nOfColumns) {
+    std::unique_ptr<double[]> rowMinimum(new double[static_cast<std::size_t>(nOfRows)]);
+    for (int row = 0; row < nOfRows; ++row) {
+        rowMinimum[row] = distMatrix[row];
+    }
+    for (int col = 1; col < nOfColumns; ++col) {
+        double const* column = distMatrix + elementIndex(0, col, nOfRows);
+        lowerToElementwiseMinimum(rowMinimum.get(), column, nOfRows);
+    }
+    for (int col = 0; col < nOfColumns; ++col) {
+        double* column = distMatrix + elementIndex(0, col, nOfRows);
+        for (int row = 0; row < nOfRows; ++row) {
+            column[row] -= rowMinimum[row];
+        }
+    }
+    for (int row = 0; row < nOfRows; ++row) {
+        starColumn[row] = -1;
+        for (int col = 0; col < nOfColumns; ++col) {
+            if (!coveredColumns[col] &&
+                std::fabs(distMatrix[elementIndex(row, col, nOfRows)]) < DBL_EPSILON) {
+                starColumn[row] = col;
+                coveredColumns[col] = true;
+                break;
+            }
+        }
+    }
+}
+
+// Column reduction and first stars for a matrix taller than wide: one star per column at most, in the
+// lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again.
+// starColumn is filled as by reduceRowsAndStar.
+void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows,
+                          int nOfRows, int nOfColumns) {
+    for (int col = 0; col < nOfColumns; ++col) {
+        double* column = distMatrix + elementIndex(0, col, nOfRows);
+        double minValue = column[0];
+        for (int row = 1; row < nOfRows; ++row) {
+            if (column[row] < minValue) {
+                minValue = column[row];
+            }
+        }
+        for (int row = 0; row < nOfRows; ++row) {
+            column[row] -= minValue;
+        }
+    }
+    for (int row = 0; row < nOfRows; ++row) {
+        starColumn[row] = -1;
+    }
+    for (int col = 0; col < nOfColumns; ++col) {
+        for (int row = 0; row < nOfRows; ++row) {
+            if (std::fabs(distMatrix[elementIndex(row, col, nOfRows)]) < DBL_EPSILON && !coveredRows[row]) {
+                starColumn[row] = col;
+                coveredColumns[col] = true;
+                coveredRows[row] = true;
+                break;
+            }
+        }
+    }
+    for (int row = 0; row < nOfRows; ++row) {
+        coveredRows[row] = false;
+    }
+}
+
+}  // namespace
+
+int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows, int nOfRows,
+                  int nOfColumns) {
+    if (nOfRows <= nOfColumns) {
+        reduceRowsAndStar(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns);
+        return nOfRows;
+    }
+    reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns);
+    return nOfColumns;
+}
+
+}  // namespace Kestrel::assignment

@@ -1,0 +1,140 @@
+// The exact incremental form of the Munkres steps against the reference steps
+// and the library's steps as they stand, bit for bit.
+#include <Kestrel/HungarianAlgorithm.h>
+
+#include "ExactMunkresSteps.h"
+#include "HungarianAlgorithmInternals.h"
+#include "ReferenceMunkres.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+using Matrix = std::vector<std::vector<double>>;
+double const inf = std::numeric_limits<double>::infinity();
+
+std::vector<double> columnMajor(Matrix const& matrix) {
+    std::size_t const nRows = matrix.size();
+    std::vector<double> values(nRows * matrix.front().size());
+    for (std::size_t row = 0; row < nRows; ++row) {
+        for (std::size_t col = 0; col < matrix.front().size(); ++col) {
+            values[row + nRows * col] = matrix[row][col];
+        }
+    }
+    return values;
+}
+
+double rangeOf(Matrix const& matrix) {
+    std::vector<double> const values = columnMajor(matrix);
+    return Kestrel::assignment::exactRange(values.data(), values.size());
+}
+
+// The exact route's assignment, or an empty vector when it declines.
+std::vector<int> exactAssignment(Matrix const& matrix) {
+    std::vector<double> const values = columnMajor(matrix);
+    std::vector<int> assignment(matrix.size());
+    bool const solved = Kestrel::assignment::solveByExactSteps(values.data(), assignment.data(),
+                                                               static_cast<int>(matrix.size()),
+                                                               static_cast<int>(matrix.front().size()));
+    return solved ? assignment : std::vector<int>();
+}
+
+// Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.
+Matrix integerMatrix(std::mt19937& engine, int nRows, int nCols, int low, int high, double forbiddenShare) {
+    std::uniform_int_distribution<int> value(low, high);
+    std::bernoulli_distribution forbidden(forbiddenShare);
+    Matrix matrix(nRows, std::vector<double>(nCols));
+    for (int row = 0; row < nRows; ++row) {
+        for (int col = 0; col < nCols; ++col) {
+            // One diagonal stays finite, so that the matrix is feasible.
+            bool const keep = row % nCols == col % nRows || col == row % nCols || row == col % nRows;
+            matrix[row][col] = !keep && forbidden(engine) ? inf : value(engine);
+        }
+    }
+    return matrix;
+}
+
+TEST(ExactMunkresSteps, RangeIsTheExactBoundOfTheCoarsestGrid) {
+    EXPECT_EQ(rangeOf({{0.0, 3.0}, {7.0, 1.0}}), std::ldexp(1.0, 52));
+    EXPECT_EQ(rangeOf({{0.5, 3.0}, {7.25, 1.0}}), std::ldexp(1.0, 50));
+    EXPECT_EQ(rangeOf({{4.0, 8.0}, {12.0, inf}}), std::ldexp(1.0, 54));
+    EXPECT_EQ(rangeOf({{-4.0, 8.0}, {-12.0, 0.0}}), std::ldexp(1.0, 54));
+    EXPECT_EQ(rangeOf({{0.0, 0.0}}), std::ldexp(1.0, 52));
+}
+
+TEST(ExactMunkresSteps, MatricesOffTheGridOrTooLargeForItDoNotQualify) {
+    EXPECT_EQ(rangeOf({{0.1, 3.0}}), 0.0);                        // 0.1 needs bits below 2^-52
+    EXPECT_EQ(rangeOf({{std::ldexp(1.0, -53), 1.0}}), 0.0);       // a grid finer than DBL_EPSILON
+    EXPECT_EQ(rangeOf({{std::ldexp(1.0, 51) + 1.0, 1.0}}), 0.0);  // twice the largest reaches 2^52
+    EXPECT_EQ(rangeOf({{1e300, 0.0}}), 0.0);
+}
+
+// Small matrices of every integer class, square and rectangular, with and without forbidden pairs and
+// negative values: the exact route qualifies and returns the reference steps' assignment.
+TEST(ExactMunkresSteps, IntegerMatricesMatchTheReferenceSteps) {
+    std::mt19937 engine(2026);
+    int const ranges[][2] = {{0, 1}, {0, 9}, {1, 100}, {0, 999}, {-9, 9}, {-1000, -1}};
+    for (int trial = 0; trial < 3000; ++trial) {
+        int const nRows = 1 + static_cast<int>(engine() % 12);
+        int const nCols = 1 + static_cast<int>(engine() % 12);
+        auto const& range = ranges[trial % 6];
+        Matrix const matrix =
+            integerMatrix(engine, nRows, nCols, range[0], range[1], trial % 3 == 0 ? 0.3 : 0.0);
+        std::vector<int> const exact = exactAssignment(matrix);
+        ASSERT_FALSE(exact.empty()) << "trial " << trial;
+        ASSERT_EQ(exact, ReferenceMunkres::solveByMunkresSteps(matrix).assignment) << "trial " << trial;
+    }
+}
+
+TEST(ExactMunkresSteps, MediumMatricesMatchTheReferenceSteps) {
+    std::mt19937 engine(7);
+    for (int trial = 0; trial < 40; ++trial) {
+        int const nRows = 20 + static_cast<int>(engine() % 40);
+        int const nCols = 20 + static_cast<int>(engine() % 40);
+        int const high = trial % 4 == 0 ? 3 : (trial % 4 == 1 ? 9 : (trial % 4 == 2 ? 100 : 999));
+        Matrix const matrix = integerMatrix(engine, nRows, nCols, 0, high, trial % 5 == 0 ? 0.5 : 0.0);
+        ASSERT_EQ(exactAssignment(matrix), ReferenceMunkres::solveByMunkresSteps(matrix).assignment)
+            << "trial " << trial;
+    }
+}
+
+// Dyadic fractions (multiples of 2^-20) and structured products: the grid need not be the integers.
+TEST(ExactMunkresSteps, DyadicAndStructuredMatricesMatchTheLibrarysSteps) {
+    std::mt19937 engine(99);
+    for (int trial = 0; trial < 12; ++trial) {
+        int const n = 40 + static_cast<int>(engine() % 120);
+        int const nCols = trial % 3 == 0 ? n + 17 : n;
+        Matrix matrix(n, std::vector<double>(nCols));
+        for (int row = 0; row < n; ++row) {
+            for (int col = 0; col < nCols; ++col) {
+                matrix[row][col] = trial % 2 == 0 ? std::ldexp(static_cast<double>(engine() % 64), -20)
+                                                  : static_cast<double>((row + trial % 4) * (col + 1));
+            }
+        }
+        std::vector<int> steps;
+        HungarianAlgorithmInternals::solveByMunkresSteps(matrix, steps);
+        ASSERT_EQ(exactAssignment(matrix), steps) << "trial " << trial;
+    }
+}
+
+// The 1 puts the grid at the integers; an adjustment by about 2^51 would take the working values past the
+// exact range 2^52, although the elements themselves qualify: the route declines, and Solve still returns the
+// steps' result.
+TEST(ExactMunkresSteps, AdjustmentsLeavingTheExactRangeAreDeclined) {
+    double const big = 1.75 * std::ldexp(1.0, 50);
+    Matrix matrix = {{0.0, big, big}, {big, 0.0, big}, {0.0, 1.0, big}};
+    ASSERT_EQ(rangeOf(matrix), std::ldexp(1.0, 52));
+    EXPECT_TRUE(exactAssignment(matrix).empty());
+    std::vector<int> assignment;
+    double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+    ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
+    EXPECT_EQ(assignment, expected.assignment);
+    EXPECT_EQ(cost, expected.cost);
+}
+
+}  // namespace
