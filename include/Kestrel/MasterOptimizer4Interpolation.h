@@ -199,10 +199,9 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
     // which returns the first position without scoring).
     // Cost, n segments and m masters: O(m n^2) on an open line, O(m n^3 / 3) on a closed one (one search
     // per first master), O(m n + n^2) memory.
-    // Throws: std::invalid_argument for a negative or non-finite segment or transition length,
-    // numberOfMasters outside 1 ... n, pre-groups out of 0 ... n or not strictly ascending, or no admissible
-    // choice (too few segments of non-zero length or too few groups); allocation failures. `result` keeps
-    // its former contents when anything throws.
+    // Throws: std::invalid_argument for numberOfMasters outside 1 ... n, pre-groups out of 0 ... n or not
+    // strictly ascending, or no admissible choice (too few segments of non-zero length or too few groups);
+    // allocation failures. `result` keeps its former contents when anything throws.
     double calculateExactOptimalMasterIndices(int numberOfMasters, std::vector<int>& result,
                                               std::vector<int> const* preGroups) const;
 

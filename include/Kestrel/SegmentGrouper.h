@@ -87,10 +87,10 @@ class KESTREL_API SegmentGrouper {
     // (calculateOptimalGroupings), then the same choice of k (gains, admissibility, widening, fallback to
     // the finest grouping) as computeGroups makes from its cross-entropy results. One segment gives {0}, no
     // segment an empty result. Requires nothing beyond the checks below. Guarantees: deterministic, bit for
-    // bit, for any number of OpenMP threads. Throws: std::invalid_argument when values and lengths differ in
-    // size, a value or length is not finite or a length is negative; std::logic_error("Missing
-    // implementation") for a measure other than MinMax and Variance with two or more segments; allocation
-    // failures. `result` keeps its former contents when anything throws.
+    // bit, for any number of OpenMP threads. Throws: std::invalid_argument when a length is negative (the
+    // constructor has rejected lines whose values and lengths differ in size or are not finite);
+    // std::logic_error("Missing implementation") for a measure other than MinMax and Variance with two or
+    // more segments; allocation failures. `result` keeps its former contents when anything throws.
     void computeOptimalGroups(std::vector<int>& result) const;
 
     // The same computation with a progress hook: once the search is done, `progress(k, n)` is called for

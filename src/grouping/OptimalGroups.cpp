@@ -7,7 +7,6 @@
 #include "OptimalGroupingSearch.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <sstream>
 #include <stdexcept>
@@ -21,24 +20,13 @@ namespace {
     throw std::invalid_argument("SegmentGrouper: " + what);
 }
 
-// Values and lengths must pair up, be finite, and lengths must not be negative.
-void checkLine(std::vector<double> const& values, std::vector<double> const& lengths) {
-    if (values.size() != lengths.size()) {
-        std::ostringstream text;
-        text << "values and lengths differ in size (" << values.size() << " values, " << lengths.size()
-             << " lengths)";
-        reject(text.str());
-    }
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (!std::isfinite(values[i])) {
+// The constructor has checked that values and lengths pair up and are finite; a search also needs lengths
+// that are not negative.
+void checkLine(std::vector<double> const& lengths) {
+    for (std::size_t i = 0; i < lengths.size(); ++i) {
+        if (lengths[i] < 0.0) {
             std::ostringstream text;
-            text << "value " << i << " is not finite (" << values[i] << ")";
-            reject(text.str());
-        }
-        if (!std::isfinite(lengths[i]) || lengths[i] < 0.0) {
-            std::ostringstream text;
-            text << "length " << i << " is " << (lengths[i] < 0.0 ? "negative" : "not finite") << " ("
-                 << lengths[i] << ")";
+            text << "length " << i << " is negative (" << lengths[i] << ")";
             reject(text.str());
         }
     }
@@ -83,7 +71,7 @@ std::vector<std::vector<int>> SegmentGrouper::searchOptimalStarts(int firstCount
 }
 
 double SegmentGrouper::calculateOptimalGrouping(int numberOfGroups, std::vector<int>& starts) const {
-    checkLine(values, lengths);
+    checkLine(lengths);
     checkNumberOfGroups(numberOfGroups, getNumOfSegments());
     std::vector<int> found =
         searchOptimalStarts(numberOfGroups, numberOfGroups)[static_cast<std::size_t>(numberOfGroups)];
@@ -100,7 +88,7 @@ void SegmentGrouper::calculateOptimalGroupings(std::vector<double>& bestValues,
 void SegmentGrouper::calculateOptimalGroupings(
     std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
     boost::function<void(int numberOfGroupsDone, int numberOfSegments)> const& progress) const {
-    checkLine(values, lengths);
+    checkLine(lengths);
     int const n = getNumOfSegments();
     std::vector<std::vector<int>> starts(1);
     if (n >= 1) {
@@ -124,7 +112,7 @@ void SegmentGrouper::computeOptimalGroups(std::vector<int>& result) const {
 void SegmentGrouper::computeOptimalGroups(
     std::vector<int>& result,
     boost::function<void(int numberOfGroupsDone, int numberOfSegments)> const& progress) const {
-    checkLine(values, lengths);
+    checkLine(lengths);
     if (getNumOfSegments() == 1) {
         result.assign(1, 0);
         return;

@@ -5,7 +5,6 @@
 #include "LineGeometry.h"
 #include "OptimalMasterSearch.h"
 
-#include <cmath>
 #include <cstddef>
 #include <sstream>
 #include <stdexcept>
@@ -17,17 +16,6 @@ namespace {
 
 [[noreturn]] void reject(std::string const& what) {
     throw std::invalid_argument("MasterOptimizer4DrawbeadToyModel: " + what);
-}
-
-void checkNonNegative(std::vector<double> const& numbers, char const* name) {
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (!std::isfinite(numbers[i]) || numbers[i] < 0.0) {
-            std::ostringstream text;
-            text << name << " " << i << " is " << (numbers[i] < 0.0 ? "negative" : "not finite") << " ("
-                 << numbers[i] << ")";
-            reject(text.str());
-        }
-    }
 }
 
 // Pre-group of every position: group g holds boundaries[g] ... boundaries[g + 1] - 1; positions before the
@@ -68,8 +56,6 @@ double MasterOptimizer4DrawbeadToyModel::calculateExactOptimalMasterIndices(
     for (int i = 0; i < n; ++i) {
         search.lengths.push_back(line.getSegmentLength(i));
     }
-    checkNonNegative(search.lengths, "length");
-    checkNonNegative(line.getTransitionLengths(), "transition length");
     if (numberOfMasters < 1 || numberOfMasters > n) {
         std::ostringstream text;
         text << "numberOfMasters " << numberOfMasters << " is outside 1 ... " << n

@@ -271,10 +271,11 @@ TEST(OptimalGroups, OneSegmentGivesSingleGroupAndNoSegmentNone) {
 TEST(OptimalGroups, BadInputIsRejectedWithInvalidArgument) {
     std::vector<int> starts{42};
     double const nan = std::numeric_limits<double>::quiet_NaN();
-    SegmentGrouper const sizes({1.0, 2.0, 3.0}, {1.0, 1.0}, false, SegmentGrouper::Variance);
-    EXPECT_THROW(sizes.computeOptimalGroups(starts), std::invalid_argument);
-    SegmentGrouper const nanValue({1.0, nan, 3.0}, {1.0, 1.0, 1.0}, false, SegmentGrouper::MinMax);
-    EXPECT_THROW(nanValue.calculateOptimalGrouping(2, starts), std::invalid_argument);
+    // Lines whose sizes differ or whose values are not finite are refused when the grouper is built.
+    EXPECT_THROW(SegmentGrouper({1.0, 2.0, 3.0}, {1.0, 1.0}, false, SegmentGrouper::Variance),
+                 std::invalid_argument);
+    EXPECT_THROW(SegmentGrouper({1.0, nan, 3.0}, {1.0, 1.0, 1.0}, false, SegmentGrouper::MinMax),
+                 std::invalid_argument);
     SegmentGrouper const negative({1.0, 2.0, 3.0}, {1.0, -1.0, 1.0}, true, SegmentGrouper::Variance);
     EXPECT_THROW(negative.computeOptimalGroups(starts), std::invalid_argument);
     SegmentGrouper const good({1.0, 2.0, 3.0}, {1.0, 1.0, 1.0}, true, SegmentGrouper::Variance);

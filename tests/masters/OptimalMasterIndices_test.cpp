@@ -213,9 +213,9 @@ TEST(OptimalMasters, BadInputIsRejectedWithInvalidArgument) {
     EXPECT_THROW(optimiser.calculateExactOptimalMasterIndices(7, result, nullptr), std::invalid_argument);
     EXPECT_THROW(optimiser.calculateExactOptimalMasterIndices(2, result, &unsorted), std::invalid_argument);
     EXPECT_THROW(optimiser.calculateExactOptimalMasterIndices(2, result, &outside), std::invalid_argument);
-    line.lengths[2] = std::numeric_limits<double>::quiet_NaN();
-    MasterOptimizer4DrawbeadToyModel const nanLength(modelOf(line));
-    EXPECT_THROW(nanLength.calculateExactOptimalMasterIndices(2, result, nullptr), std::invalid_argument);
+    std::vector<int> const tooFewGroups{0, 3};  // one group and one ungrouped run: at most two masters
+    EXPECT_THROW(optimiser.calculateExactOptimalMasterIndices(3, result, &tooFewGroups),
+                 std::invalid_argument);
     EXPECT_EQ(result, std::vector<int>{3});
     try {
         optimiser.calculateExactOptimalMasterIndices(7, result, nullptr);
