@@ -8,7 +8,7 @@
 // smallest next start from which the rest of the line still needs few enough groups.
 #include "OptimalGroupingSearch.h"
 
-#include "ParallelLoop.h"
+#include "ParallelFor.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -28,21 +28,18 @@ class GroupRanges {
     GroupRanges(std::vector<double> const& values, bool closed)
         : n(static_cast<int>(values.size())),
           ranges(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
-        detail::parallelForStatic(
-            n,
-            [&](std::ptrdiff_t start, int) {
-                int const longest = closed ? n : n - static_cast<int>(start);
-                double* const row = &ranges[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
-                double smallest = values[static_cast<std::size_t>(start)];
-                double largest = smallest;
-                for (int count = 1; count <= longest; ++count) {
-                    double const value = values[static_cast<std::size_t>((start + count - 1) % n)];
-                    smallest = std::min(smallest, value);
-                    largest = std::max(largest, value);
-                    row[count - 1] = largest - smallest;
-                }
-            },
-            n >= kParallelLines);
+        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
+            int const longest = closed ? n : n - static_cast<int>(start);
+            double* const row = &ranges[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
+            double smallest = values[static_cast<std::size_t>(start)];
+            double largest = smallest;
+            for (int count = 1; count <= longest; ++count) {
+                double const value = values[static_cast<std::size_t>((start + count - 1) % n)];
+                smallest = std::min(smallest, value);
+                largest = std::max(largest, value);
+                row[count - 1] = largest - smallest;
+            }
+        });
     }
 
     // Every group range, sorted ascending, without repetitions.

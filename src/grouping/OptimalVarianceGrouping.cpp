@@ -9,7 +9,7 @@
 // tolerance of the optimum.
 #include "OptimalGroupingSearch.h"
 
-#include "ParallelLoop.h"
+#include "ParallelFor.h"
 #include "SmallestSum.h"
 
 #include <algorithm>
@@ -41,53 +41,50 @@ class GroupTerms {
           terms(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
         std::vector<double> line(values);
         line.insert(line.end(), values.begin(), values.end());
-        detail::parallelForStatic(
-            n,
-            [&](std::ptrdiff_t start, int) {
-                int const longest = closed ? n : n - static_cast<int>(start);
-                double const* const first = line.data() + start;
-                double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
-                // The means of all groups from `start` come from one running sum; the squared deviations of
-                // four neighbouring counts are summed side by side (each in its own reading order).
-                std::vector<double> mean(static_cast<std::size_t>(longest));
-                double sum = 0.0;
-                for (int count = 1; count <= longest; ++count) {
-                    sum += first[count - 1];
-                    mean[static_cast<std::size_t>(count) - 1] = sum / static_cast<double>(count);
-                }
-                int count = 1;
-                for (; count + 3 <= longest; count += 4) {
-                    double const* const m = &mean[static_cast<std::size_t>(count) - 1];
-                    double squares[4] = {0.0, 0.0, 0.0, 0.0};
-                    for (int i = 0; i < count; ++i) {
-                        for (int j = 0; j < 4; ++j) {
-                            double const deviation = first[i] - m[j];
-                            squares[j] += deviation * deviation;
-                        }
-                    }
-                    for (int j = 1; j < 4; ++j) {
-                        for (int i = count; i < count + j; ++i) {
-                            double const deviation = first[i] - m[j];
-                            squares[j] += deviation * deviation;
-                        }
-                    }
+        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
+            int const longest = closed ? n : n - static_cast<int>(start);
+            double const* const first = line.data() + start;
+            double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
+            // The means of all groups from `start` come from one running sum; the squared deviations of
+            // four neighbouring counts are summed side by side (each in its own reading order).
+            std::vector<double> mean(static_cast<std::size_t>(longest));
+            double sum = 0.0;
+            for (int count = 1; count <= longest; ++count) {
+                sum += first[count - 1];
+                mean[static_cast<std::size_t>(count) - 1] = sum / static_cast<double>(count);
+            }
+            int count = 1;
+            for (; count + 3 <= longest; count += 4) {
+                double const* const m = &mean[static_cast<std::size_t>(count) - 1];
+                double squares[4] = {0.0, 0.0, 0.0, 0.0};
+                for (int i = 0; i < count; ++i) {
                     for (int j = 0; j < 4; ++j) {
-                        double const size = static_cast<double>(count + j);
-                        row[count + j - 1] = size * (squares[j] / size);
+                        double const deviation = first[i] - m[j];
+                        squares[j] += deviation * deviation;
                     }
                 }
-                for (; count <= longest; ++count) {
-                    double const m = mean[static_cast<std::size_t>(count) - 1];
-                    double squares = 0.0;
-                    for (int i = 0; i < count; ++i) {
-                        double const deviation = first[i] - m;
-                        squares += deviation * deviation;
+                for (int j = 1; j < 4; ++j) {
+                    for (int i = count; i < count + j; ++i) {
+                        double const deviation = first[i] - m[j];
+                        squares[j] += deviation * deviation;
                     }
-                    double const size = static_cast<double>(count);
-                    row[count - 1] = size * (squares / size);
                 }
-            },
-            n >= kParallelLines);
+                for (int j = 0; j < 4; ++j) {
+                    double const size = static_cast<double>(count + j);
+                    row[count + j - 1] = size * (squares[j] / size);
+                }
+            }
+            for (; count <= longest; ++count) {
+                double const m = mean[static_cast<std::size_t>(count) - 1];
+                double squares = 0.0;
+                for (int i = 0; i < count; ++i) {
+                    double const deviation = first[i] - m;
+                    squares += deviation * deviation;
+                }
+                double const size = static_cast<double>(count);
+                row[count - 1] = size * (squares / size);
+            }
+        });
     }
 
     // The term of the group of `count` segments from `start` (0 <= start < n, 1 <= count).
@@ -121,14 +118,11 @@ class SuffixTable {
             if (count <= 0) {
                 break;
             }
-            detail::parallelForStatic(
-                count,
-                [&](std::ptrdiff_t offset, int) {
-                    int const p = firstStart + static_cast<int>(offset);
-                    // q = p + 1 ... n - g + 1: groups of 1 ... n - g + 1 - p segments from p.
-                    at(g, p) = detail::smallestSum(terms.row(p), &at(g - 1, p + 1), n - g + 1 - p);
-                },
-                parallel);
+            detail::forEachIndex(detail::threadsFor(parallel), count, [&](std::ptrdiff_t offset, int) {
+                int const p = firstStart + static_cast<int>(offset);
+                // q = p + 1 ... n - g + 1: groups of 1 ... n - g + 1 - p segments from p.
+                at(g, p) = detail::smallestSum(terms.row(p), &at(g - 1, p + 1), n - g + 1 - p);
+            });
         }
     }
 
@@ -201,18 +195,15 @@ std::vector<std::vector<int>> optimalVarianceStarts(std::vector<double> const& v
     // Closed line: the smallest start s0 fixes where the sum begins; one table per s0 gives the optimum
     // with that first start, for every k at once.
     std::vector<std::vector<double>> optimumFrom(static_cast<std::size_t>(n));
-    detail::parallelForStatic(
-        n,
-        [&](std::ptrdiff_t s0, int) {
-            int const firstStart = static_cast<int>(s0);
-            SuffixTable const table(terms, n, true, firstStart, lastCount, false);
-            std::vector<double>& optimum = optimumFrom[static_cast<std::size_t>(s0)];
-            optimum.assign(static_cast<std::size_t>(lastCount) + 1, std::numeric_limits<double>::infinity());
-            for (int k = first; k <= std::min(lastCount, n - firstStart); ++k) {
-                optimum[static_cast<std::size_t>(k)] = table.at(k, firstStart);
-            }
-        },
-        n >= kParallelLines);
+    detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t s0, int) {
+        int const firstStart = static_cast<int>(s0);
+        SuffixTable const table(terms, n, true, firstStart, lastCount, false);
+        std::vector<double>& optimum = optimumFrom[static_cast<std::size_t>(s0)];
+        optimum.assign(static_cast<std::size_t>(lastCount) + 1, std::numeric_limits<double>::infinity());
+        for (int k = first; k <= std::min(lastCount, n - firstStart); ++k) {
+            optimum[static_cast<std::size_t>(k)] = table.at(k, firstStart);
+        }
+    });
     std::vector<int> firstStartOf(static_cast<std::size_t>(lastCount) + 1, -1);
     std::vector<double> limitOf(static_cast<std::size_t>(lastCount) + 1, 0.0);
     for (int k = first; k <= lastCount; ++k) {

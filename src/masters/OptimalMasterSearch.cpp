@@ -7,7 +7,7 @@
 // most one master per group) and at most one master may lie outside every group.
 #include "OptimalMasterSearch.h"
 
-#include "ParallelLoop.h"
+#include "ParallelFor.h"
 #include "SmallestSum.h"
 
 #include <algorithm>
@@ -84,17 +84,14 @@ class MasterTable {
                 next[1][static_cast<std::size_t>(q)] = !eligible || !grouped ? kInfinity : value(j - 1, q, 1);
             }
             int const states = anyUngrouped ? 2 : 1;
-            detail::parallelForStatic(
-                n - from,
-                [&](std::ptrdiff_t offset, int) {
-                    int const p = from + static_cast<int>(offset);
-                    int const q0 = firstOtherGroup[static_cast<std::size_t>(p)];
-                    for (int used = 0; used < states; ++used) {
-                        at(j, p, used) = detail::smallestSum(
-                            &steps[index2(p, q0)], &next[used][static_cast<std::size_t>(q0)], n - q0);
-                    }
-                },
-                parallel);
+            detail::forEachIndex(detail::threadsFor(parallel), n - from, [&](std::ptrdiff_t offset, int) {
+                int const p = from + static_cast<int>(offset);
+                int const q0 = firstOtherGroup[static_cast<std::size_t>(p)];
+                for (int used = 0; used < states; ++used) {
+                    at(j, p, used) = detail::smallestSum(&steps[index2(p, q0)],
+                                                         &next[used][static_cast<std::size_t>(q0)], n - q0);
+                }
+            });
         }
     }
 
@@ -202,13 +199,10 @@ std::vector<int> optimalMasterPositions(MasterSearchLine const& line, int master
             total[static_cast<std::size_t>(p0)] = totalFrom(line, *openTable, masters, p0);
         }
     } else {
-        detail::parallelForStatic(
-            n,
-            [&](std::ptrdiff_t p0, int) {
-                MasterTable const table(line, reciprocal, steps, masters, static_cast<int>(p0), false);
-                total[static_cast<std::size_t>(p0)] = totalFrom(line, table, masters, static_cast<int>(p0));
-            },
-            n >= kParallelLines);
+        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t p0, int) {
+            MasterTable const table(line, reciprocal, steps, masters, static_cast<int>(p0), false);
+            total[static_cast<std::size_t>(p0)] = totalFrom(line, table, masters, static_cast<int>(p0));
+        });
     }
     double optimum = kInfinity;
     for (double const value : total) {

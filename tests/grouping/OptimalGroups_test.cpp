@@ -2,7 +2,7 @@
 // the choice of the number of groups.
 #include "GroupCountChoice.h"
 #include "SegmentGrouperTestAccess.h"
-#include "ThreadCount.h"
+#include "common/ThreadCount.h"
 
 #include <Kestrel/SegmentGrouper.h>
 
@@ -22,7 +22,7 @@ namespace {
 using Kestrel::SegmentGrouper;
 using Access = Kestrel::SegmentGrouperTestAccess;
 
-using Kestrel::ThreadCount;
+using Kestrel::test::ThreadCount;
 
 // The best grouping per number of groups found by scoring every grouping: entry k holds the smallest
 // objective and the lexicographically smallest starts that reach it exactly.

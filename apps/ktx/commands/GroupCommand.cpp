@@ -22,7 +22,7 @@ namespace ktx {
 namespace {
 
 struct GroupOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     std::string search = "cross-entropy";
     double maxSeconds = 60.0;

@@ -15,7 +15,7 @@ namespace ktx {
 namespace {
 
 struct MastersOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     std::string search = "cross-entropy";
 };
@@ -80,7 +80,10 @@ Command addMastersCommand(CLI::App& tool) {
         "Output: JSON with masters, score, and with masterValues the interpolated values (clamped to the "
         "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.\n"
         "Search: the default cross-entropy search, or --search exact: the choice with the smallest score, "
-        "found exactly (a zero-length segment is never a master).");
+        "found exactly (a zero-length segment is never a master). A line is refused (with either search) "
+        "when "
+        "the cross-entropy search's memory, about 5 n (n + 1) (96 + 8 masters) bytes for n segments, exceeds "
+        "2 GiB.");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);
     options->output.addPictureOption(*command, "also draw the segments' ranges, values and masters");

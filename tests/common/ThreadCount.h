@@ -1,9 +1,10 @@
-// Sets the number of OpenMP threads for the lifetime of a test scope and restores it afterwards.
+// Sets the number of OpenMP threads for the lifetime of the object and restores the former one after.
 #pragma once
 
 #include <omp.h>
 
 namespace Kestrel {
+namespace test {
 
 class ThreadCount {
   public:
@@ -16,4 +17,5 @@ class ThreadCount {
     int previous_;
 };
 
+}  // namespace test
 }  // namespace Kestrel
