@@ -47,9 +47,10 @@ bench:
 compare:
 	@scripts/install-deps.sh python3-scipy python3-sklearn
 	@$(MAKE) --no-print-directory configure BUILD=build-release BUILD_TYPE=Release
-	@cmake --build build-release --parallel $(JOBS) --target assignment_driver sampling_peer_timing
+	@cmake --build build-release --parallel $(JOBS) --target assignment_driver sampling_peer_timing kestrel_python
 	@/usr/bin/python3 bench/assignment/compare_with_scipy.py build-release
 	@/usr/bin/python3 bench/sampling/compare_with_peers.py --build build-release
+	@PYTHONPATH=build-release/python /usr/bin/python3 bench/python/compare_with_peers.py
 
 install: build
 	@cmake --install $(BUILD)

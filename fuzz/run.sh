@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer harnesses of ktx's input readers with clang and runs each for a bounded time.
+# Builds the libFuzzer harnesses (ktx's input readers, and fuzz_library for the library's own entry
+# points) with clang and runs each for a bounded time.
 # Usage: fuzz/run.sh [seconds per harness (default 30)] [build folder (default build-fuzz)]
 # Each harness starts from the committed corpus (fuzz/corpus/<target>, fuzz/regressions/<target>) and
 # grows a working corpus in the build folder. A crash, sanitizer report, timeout or memory blow-up stops

@@ -4,7 +4,9 @@
 set -euo pipefail
 
 packages=(g++ make cmake libboost-dev libomp-dev libgtest-dev libgmock-dev googletest libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev clang libclang-rt-14-dev "$@")
+          libcli11-dev nlohmann-json3-dev clang libclang-rt-14-dev
+          pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib python3-scipy python3-sklearn
+          "$@")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -67,7 +67,8 @@ class KESTREL_API CombinatorialCrossEntropyOptimization {
 
     // Full paths: pathLength = n - 1, selections keep their drawing order. Copies the matrix; no pre-groups,
     // no evaluations yet.
-    // Requires: every row has at least n - 1 entries. `objective` is held by address (not copied) and must
+    // Requires: every row has at least n - 1 finite, non-negative weights (checked by optimize()).
+    // `objective` is held by address (not copied) and must
     // outlive every call of optimize().
     CombinatorialCrossEntropyOptimization(std::vector<std::vector<double>> const& matrix,
                                           Objective const& objective);
@@ -88,6 +89,8 @@ class KESTREL_API CombinatorialCrossEntropyOptimization {
     // b0 < b1 < ... < bk within 0 ... n-1 (group g is items b_g ... b_(g+1) - 1); the items outside every
     // group form one more group. A null pointer or an empty list removes the restriction. When a selection
     // has taken one item of every group and more are asked for, the remaining places hold node 0.
+    // Throws: std::invalid_argument naming the index and value of the first boundary outside 0 ... n-1 or
+    // not above the one before it (unsorted or repeated); the earlier restriction is then kept.
     void setPreGroups(std::vector<int> const* groups);
 
     // Number of objective calls over all optimize() calls of this object and its copies.
@@ -104,8 +107,16 @@ class KESTREL_API CombinatorialCrossEntropyOptimization {
     // that iteration counts no evaluation and calls no callback (a base population of 0 with a static
     // population and one row is such a case).
     // `callback` (may be null) is called with the matrix and `smoothing` after the matrix update of an
-    // iteration whose population was capped to the base population; it may change the matrix.
-    // Throws: whatever the objective throws, rethrown once the iteration's evaluation loop is over
+    // iteration whose population was capped to the base population; it may change the weights, within the
+    // same requirements, but not the number of rows.
+    // Requires (when maxIterations >= 2): 0 <= smoothing <= 1 (so that the update keeps the weights valid);
+    // every one of the n rows has at least n - 1 entries, every weight is finite and not negative and every
+    // row's sum is finite. Rows whose available weights are all zero
+    // are valid: the walk then writes node 0.
+    // Throws: std::invalid_argument naming the smoothing, or the row and entry (and the value), that breaks
+    // the requirements, before any objective call; the same after a callback that broke them or changed the
+    // number of rows (the matrix then holds what the callback left, `result` is unchanged); whatever the
+    // objective throws, rethrown once the iteration's evaluation loop is over
     // (`result` is then left unchanged and that iteration's evaluations are not counted); whatever the
     // callback throws. An empty objective or a non-null pointer to an empty callback gives
     // boost::bad_function_call ("call to empty boost::function").

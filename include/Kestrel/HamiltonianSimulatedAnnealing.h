@@ -71,7 +71,8 @@ class KESTREL_API LeapfrogIntegrator {
     // (position, acceleration): writes the driving vector at the position into its second argument.
     using GradientFunction = boost::function<void(std::vector<double> const&, std::vector<double>&)>;
 
-    // Requires: velocity has the length of position; collision may be null (no wall is ever hit).
+    // Requires: velocity has the length of position (checked by doSteps); collision may be null (no wall is
+    // ever hit).
     LeapfrogIntegrator(CollisionFunction const* collision, GradientFunction const& gradient,
                        std::vector<double>& position, std::vector<double>& velocity);
 
@@ -83,11 +84,19 @@ class KESTREL_API LeapfrogIntegrator {
     // longer than h whenever more than a quarter of a nominal step would be left over; a shorter remainder
     // is taken as one whole nominal step, so the run may overshoot T. The caller's velocity is written at a
     // collision and, synchronised with the position, at the end.
-    // Requires: h > 0 and T finite when T > 0. T <= 0 (or NaN) does nothing at all.
-    // Throws: std::invalid_argument if T > 0 and h is not positive or T is infinite; std::runtime_error ("...
-    // the collision test makes no progress ...") after 1000 consecutive steps cut short by a collision that
-    // consumed no time (position and velocity keep what the steps wrote); whatever the callbacks throw
-    // (boost::bad_function_call for an empty one), leaving what the partial step already wrote.
+    // Requires: h > 0 and T finite when T > 0; the position and velocity still have the length n of the
+    // position at construction; the gradient keeps its output at length n and the collision test keeps the
+    // velocity it is given at length n. T <= 0 (or NaN) does nothing at all.
+    // Progress rule: every block of 1000 consecutive steps must advance the time by at least 0.001 of a
+    // nominal step h (a completed step always does), so a run makes at most about 10^6 * (T / h + 1)
+    // steps, whatever the collision test does.
+    // Throws: std::invalid_argument if T > 0 and h is not positive or T is infinite, or if the position or
+    // velocity does not have length n (before any step); std::invalid_argument when the gradient's output or
+    // the velocity left by the collision test no longer has length n; std::runtime_error ("... the
+    // integration makes no progress ...") when a block of 1000 steps breaks the progress rule (steps cut
+    // short by a collision test that consumes (almost) no time, or a duration so long that one step no
+    // longer changes the remaining time). After these, and whatever the callbacks throw
+    // (boost::bad_function_call for an empty one), position and velocity keep what the steps wrote.
     void doSteps(double h, double T);
 
   private:
@@ -178,7 +187,7 @@ class KESTREL_API ThermalBath4HSA {
     // A starting (temperature, change) from the interpolator's statistics, called in the order standard
     // deviation s, (min, max), average a. With range = max - min, above = a - min, d = range - above:
     // change = 0.3 * range if that exceeds s, else s; temperature = above + (s if s < 0.5 * |d|, else
-    // 0.5 * |d|). Requires: init() was called.
+    // 0.5 * |d|). Throws: std::logic_error before init() (no interpolator to ask).
     std::pair<double, double> suggestTemperatureAndChange() const;
 
     // The hook at which a refit would rescale temperature and change; leaves the pair unchanged and only
@@ -230,7 +239,7 @@ class KESTREL_API CoolingSchedule4HSA {
 class KESTREL_API HamiltonianSimulatedAnnealing {
   public:
     // Stores the three objects, then calls thermalBath->init(domain, interpolator); a bath therefore
-    // serves at most one driver at a time. Requires: all three non-null.
+    // serves at most one driver at a time. Throws: std::invalid_argument naming a null argument.
     HamiltonianSimulatedAnnealing(std::shared_ptr<Domain4HSA> domain,
                                   std::shared_ptr<Interpolator4HSA> interpolator,
                                   std::shared_ptr<ThermalBath4HSA> thermalBath);

@@ -24,8 +24,9 @@
 //   auto const values = optimiser.interpolate(masters, {0.3, 0.7});   // one value per segment
 //
 // Guarantees: results are a deterministic function of the inputs, bit for bit, for any number of OpenMP
-// threads. Inputs are trusted: sizes and indices are not validated (only debug assertions). All queries are
-// const; objects are immutable after construction and safe to read from several threads at once. The
+// threads. Sizes, indices and lengths that the computations cannot use are refused with
+// std::invalid_argument naming the argument and the offending index or value, before any work. All queries
+// are const; objects are immutable after construction and safe to read from several threads at once. The
 // virtual table of `MasterOptimizer4Interpolation` (destructor, `getInterpolation`,
 // `geometryBasedEvaluation`, in this order) is part of the binary interface: callers derive from it.
 #pragma once
@@ -63,16 +64,21 @@ class KESTREL_API MasterOptimizer4Interpolation {
     // - otherwise min(numberOfMasters, n) positions chosen by a cross-entropy optimisation whose objective
     //   is `geometryBasedEvaluation`; `preGroups` (sorted 0-based group starts, may be null) restricts the
     //   choice to at most one master per group and at most one outside every group.
-    // Requires: with pre-groups, at least as many groups (counting the positions outside every group as one)
-    // as masters; otherwise the optimiser hands out position -1, which the toy model scores NaN, and the
-    // result may hold -1. Deterministic for any number of threads; `geometryBasedEvaluation` is called
-    // concurrently. Throws: whatever the derived class throws, carried out of the parallel evaluation;
-    // allocation failures.
+    // Requires (checked when a search runs): `preGroups` strictly ascending within 0 ... n, leaving at least
+    // as many groups (counting the positions outside every group as one) as masters; whatever the derived
+    // class requires of its line (the toy model: every segment length positive, since a master on a
+    // zero-length segment scores NaN). Deterministic for any number of threads; `geometryBasedEvaluation` is
+    // called concurrently.
+    // Throws: std::invalid_argument naming the first offending pre-group boundary (or the group count), or
+    // the derived class's complaint, before any search and with `result` unchanged; whatever the derived
+    // class throws, carried out of the parallel evaluation; allocation failures.
     void calculateOptimalMasterIndices(int numberOfMasters, std::vector<int>& result,
                                        std::vector<int> const* preGroups) const;
 
     // The full vector of n values interpolated from `masterValues[k]` given at position `masterIndices[k]`
     // (0-based, ascending along the line), as the derived class's `getInterpolation` computes it.
+    // Throws: what the derived class throws (the toy model: std::invalid_argument for an index outside
+    // 0 ... n - 1, indices not strictly ascending, or fewer values than indices).
     std::shared_ptr<std::vector<double>> interpolate(std::vector<int> const& masterIndices,
                                                      std::vector<double> const& masterValues) const;
 
@@ -84,6 +90,11 @@ class KESTREL_API MasterOptimizer4Interpolation {
   protected:
     // The evaluator of a full value vector given at construction.
     boost::function<double(std::vector<double> const&)> const& getTheEvaluator() const;
+
+    // Installs a check that calculateOptimalMasterIndices runs before every search (two or more masters on
+    // two or more positions). It throws std::invalid_argument for a line that the derived class's score
+    // cannot rank. Copies keep it; an empty function checks nothing.
+    void setSearchPrecondition(boost::function<void()> check);
 
   private:
     friend class MasterSelectionTestAccess;
@@ -101,23 +112,26 @@ class KESTREL_API MasterOptimizer4Interpolation {
 
     std::vector<std::pair<double, double>> minMaxData;
     boost::function<double(std::vector<double> const&)> evaluator;
+    boost::function<void()> searchPrecondition;
 };
 
 // A chain of n segments along a drawbead line, open or closed: per segment a length and an admissible
 // (minimum, maximum) value pair, and between each segment and the next a transition length. Measures
 // distances along the line and scores a value vector by its discrete gradient energy. Immutable, copyable
-// and movable; all queries are const and safe to call concurrently. Indices are not checked.
+// and movable; all queries are const and safe to call concurrently. Indices outside 0 ... n - 1 throw
+// std::invalid_argument naming the argument.
 class KESTREL_API DrawbeadToyModel {
   public:
     // Copies the lengths, the bounds and the flag. A non-null `transitionLengths` is copied as it stands;
     // a null one derives them: for n >= 2, n entries (closed) or n - 1 (open), entry i =
     // min(length[i], length[(i + 1) mod n]); for one segment on a closed line {length[0]}; otherwise none.
-    // Requires: as many bounds as lengths, non-negative lengths (checked by assertions in debug builds).
+    // Throws: std::invalid_argument when the bounds and lengths differ in count, or naming the first segment
+    // or transition length that is negative, NaN or infinite. Zero lengths are accepted.
     DrawbeadToyModel(std::vector<double> const& segmentLengths,
                      std::vector<std::pair<double, double>> const& minMaxData, bool closed,
                      std::vector<double> const* transitionLengths);
 
-    // segmentLengths[i]. Requires: 0 <= i < n.
+    // segmentLengths[i]. Throws: std::invalid_argument unless 0 <= i < n.
     double getSegmentLength(int i) const;
     std::vector<std::pair<double, double>> const& getMinMaxData() const;
     bool isClosed() const;
@@ -127,6 +141,7 @@ class KESTREL_API DrawbeadToyModel {
     // Sum of the lengths of the segments strictly between `from` and `to` going forward, summed in line
     // order: from + 1 ... to - 1, or for from > to, from + 1 ... n - 1 then 0 ... to - 1 (wrapping also on
     // an open line). No transition lengths; adjacent or equal indices give 0.
+    // Throws: std::invalid_argument unless 0 <= from, to < n.
     double distance(int from, int to) const;
 
     // Middle of segment `from` to middle of segment `to`, going forward, summed in this order:
@@ -134,13 +149,14 @@ class KESTREL_API DrawbeadToyModel {
     // strictly between (as for `distance`), then + 0.5 * length[to]. For from == to this is
     // (0.5 * length + transition) + 0.5 * length. A transition the vector does not hold (after the last
     // segment of an open line, or beyond a shorter caller-given vector) counts as 0.
+    // Throws: std::invalid_argument unless 0 <= from, to < n.
     double fullDistance(int from, int to) const;
 
     // Discrete gradient energy of one value per segment: for each neighbour pair (i - 1, i), with
     // w = (length[i-1] + length[i]) * 0.5 + transition[i-1] and d = |values[i] - values[i-1]|, adds
     // (d / w)^2 * w (as r = d / w, (r * r) * w); a closed line adds the pair (n - 1, 0) with the last
     // transition (0 if there is none; a missing transition also counts as 0 for the other pairs).
-    // Requires: values.size() >= n. A zero w gives a non-finite result.
+    // A zero w gives a non-finite result. Throws: std::invalid_argument if values.size() < n.
     double calculatePenaltyValue(std::vector<double> const& values) const;
 
   private:
@@ -159,7 +175,7 @@ class KESTREL_API DrawbeadToyModel {
 // movable; copies share the (immutable) model. `evaluateMasterChoice` and `interpolate` are inherited.
 class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Interpolation {
   public:
-    // Requires: a non-null model; it is shared, not copied.
+    // The model is shared, not copied. Throws: std::invalid_argument for a null model.
     explicit MasterOptimizer4DrawbeadToyModel(std::shared_ptr<DrawbeadToyModel const> model);
     MasterOptimizer4DrawbeadToyModel(MasterOptimizer4DrawbeadToyModel const& other);
     MasterOptimizer4DrawbeadToyModel(MasterOptimizer4DrawbeadToyModel&& other) noexcept;
@@ -174,7 +190,9 @@ class KESTREL_API MasterOptimizer4DrawbeadToyModel : public MasterOptimizer4Inte
 
     // Values at the masters, linear interpolation by `fullDistance` between the neighbouring masters
     // (wrapping on a closed line, constant before the first and after the last master on an open one),
-    // then clamping and the cosine mapping. Requires: masters ascending, 0 <= index < n.
+    // then clamping and the cosine mapping. No masters give n NaN values.
+    // Throws: std::invalid_argument for an index outside 0 ... n - 1, indices not strictly ascending, or
+    // fewer values than indices.
     std::shared_ptr<std::vector<double>> getInterpolation(
         std::vector<int> const& masterIndices, std::vector<double> const& masterValues) const override;
 

@@ -102,8 +102,9 @@ class KESTREL_API DomainSampler2D {
     // chosen centre while at least 1024 candidates remain, the assignment of candidates once per Lloyd
     // iteration from 8192 candidates on; neither calls generateCandidates. The result does not depend on
     // the number of threads. On a machine whose cores are all busy, OMP_NUM_THREADS=1 is faster.
-    // Throws: whatever generateCandidates throws (`out` is then unchanged); std::length_error if 100 * n
-    // exceeds the int range; std::bad_alloc when memory runs out.
+    // Throws: whatever generateCandidates throws (`out` is then unchanged); std::invalid_argument naming the
+    // first candidate with a NaN or infinite coordinate, before any clustering (`out` unchanged);
+    // std::length_error if 100 * n exceeds the int range; std::bad_alloc when memory runs out.
     void calculateSamples(int n, std::vector<Point>& out);
 };
 

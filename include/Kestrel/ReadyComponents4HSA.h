@@ -81,7 +81,8 @@ using Box4HSA = std::vector<std::pair<double, double>>;
 // it and above the start point (and likewise below for the lower wall); it crosses at
 // t = (wall - start) / (end - start), clamped to at least 0. On a hit, fraction becomes the smallest such t
 // and the velocity of every coordinate crossing at that t is reversed. The point of impact is computed by
-// the integrator and lies on the wall up to rounding.
+// the integrator and lies on the wall up to rounding. The wall test throws std::invalid_argument when the
+// start point, end point or velocity has another length than the box.
 class KESTREL_API BoxDomain4HSA : public Domain4HSA {
   public:
     // Starts at the box centre. Throws std::invalid_argument for no coordinates or a bound pair that is
@@ -160,7 +161,9 @@ class KESTREL_API ObjectiveInterpolator4HSA : public Interpolator4HSA {
 class KESTREL_API LeapfrogThermalBath4HSA : public ThermalBath4HSA {
   public:
     // Throws std::invalid_argument unless step > 0 (finite) and stepsPerSample >= 1. A sample before
-    // init() throws std::logic_error; otherwise a sample throws what the domain or interpolator throws.
+    // init() throws std::logic_error; a state whose position has another length than the domain's
+    // dimensionality throws std::invalid_argument; otherwise a sample throws what the domain or
+    // interpolator throws.
     LeapfrogThermalBath4HSA(std::uint32_t seed, double step, int stepsPerSample);
 
     std::uint64_t getNumberOfSamples() const { return samples_; }
@@ -254,8 +257,9 @@ annealInBox4HSA(Objective4HSA const& objective, Gradient4HSA const& gradient, Bo
 //    if p is not positive (a stationary point, or a corner the force presses into). Accept x' when
 //    value(x') <= f - 1e-4 * p, else halve the step and try again while calls are left.
 // 3. Stop when no step was accepted or the accepted one lowered f by no more than 1e-12 * (1 + |f|).
-// Requires: position has the box's length and lies in it; initialStep > 0. Makes at most maximumCalls
-// objective + gradient calls (none if maximumCalls < 2). Throws what the objective or gradient throws.
+// Requires: position lies in the box; initialStep > 0. Makes at most maximumCalls objective + gradient
+// calls (none if maximumCalls < 2). Throws std::invalid_argument (with maximumCalls >= 2, before any call)
+// when position has another length than the box; what the objective or gradient throws.
 KESTREL_API void refineInBox4HSA(ObjectiveInterpolator4HSA const& interpolator, Box4HSA const& box,
                                  std::vector<double> position, double initialStep, int maximumCalls);
 
@@ -274,7 +278,9 @@ struct KESTREL_API TestFunction4HSA {
 // "ackley": -20 exp(-0.2 sqrt(sum x_i^2 / n)) - exp(sum cos(2 pi x_i) / n) + 20 + e on [-5, 5]^n,
 //   minimum 0 at the origin (where the gradient, undefined at the tip, is taken as 0).
 // "himmelblau" (n = 2 only): (x^2 + y - 11)^2 + (x + y^2 - 7)^2 on [-5, 5]^2, minimum 0 at four points.
-// Throws std::invalid_argument for an unknown name, n < 1, or himmelblau with n != 2.
+// Throws std::invalid_argument for an unknown name, n < 1, or himmelblau with n != 2. The functions
+// themselves throw std::invalid_argument when called with a gradient output of another length than the
+// position, and himmelblau when called with a position of another length than 2.
 KESTREL_API TestFunction4HSA makeTestFunction4HSA(std::string const& name, int dimension = 2);
 
 // The names makeTestFunction4HSA accepts, in alphabetical order.

@@ -24,9 +24,9 @@
 //       true, pointValues, {0, 4, 8, 12}, pointWeights);
 //
 // Guarantees: every result is a deterministic function of the inputs, bit for bit, for any number of
-// OpenMP threads (the optimiser draws from fixed seeds). Inputs are trusted: values and lengths must have
-// the same number of entries. A grouper is immutable after construction; its const methods may be called
-// from several threads at once.
+// OpenMP threads (the optimiser draws from fixed seeds). Inputs that the computations cannot use are refused
+// with std::invalid_argument naming the argument and the offending index or value, before any work. A grouper
+// is immutable after construction; its const methods may be called from several threads at once.
 #pragma once
 
 #include <Kestrel/Export.h>
@@ -51,7 +51,9 @@ class KESTREL_API SegmentGrouper {
     // Copies the line. If the values are all equal (neighbours within 0.001 / W, W the total length, and
     // W not zero), they are replaced by 1 / (0.9 * length + 0.1 * W / n), so that shorter segments get
     // larger values; if those are still all equal (uniform lengths), by 1 / (c * length + 0.1 * W / n)
-    // with c = 0.95 at even and 0.85 at odd indices. Requires: values.size() == lengths.size().
+    // with c = 0.95 at even and 0.85 at odd indices.
+    // Throws: std::invalid_argument when values and lengths differ in size, or naming the first value or
+    // length that is NaN or infinite.
     SegmentGrouper(std::vector<double> const& values, std::vector<double> const& lengths, bool closed,
                    DispersionMeasure measure);
 
@@ -87,6 +89,10 @@ class KESTREL_API SegmentGrouper {
     // a straight line. `curvature` is replaced by one value per segment; the arc length of every extended
     // segment is appended to `segmentLengths` (not cleared first). No segments: `curvature` becomes empty.
     // Fewer than three points: every curvature is 0 and `segmentLengths` is left alone.
+    // Throws (with three or more points and at least one segment, before any output is written):
+    // std::invalid_argument naming the first point with a NaN or infinite coordinate, or the first segment
+    // whose indices lie outside the points, whose first point comes after its last, or that starts before
+    // the last point of the segment before it.
     static void calculateSegmentCurvature(std::vector<std::pair<double, double>> const& points, bool closed,
                                           std::vector<std::pair<int, int>> const& segments,
                                           std::vector<double>& curvature,
@@ -99,7 +105,9 @@ class KESTREL_API SegmentGrouper {
     // segments S; S < 4 gives min(S, 3). The environment variable KX_CONTROL_NUMBER_OF_LINE_DVS (an int,
     // read at every call) raises the result: level 4 or more gives min(max(E, 8), S), levels 1 to 3 a value
     // between the plain recommendation and that bound; text that is not an int, and levels 0 or below,
-    // leave the recommendation as it is. Throws nothing beyond allocation failures.
+    // leave the recommendation as it is.
+    // Throws (S >= 4 only): std::invalid_argument naming the first segment start that is not an index of
+    // `values` (negative, or beyond the values) or not above the start before it; allocation failures.
     static int calculateRecommendedNumberOfMasterSegments(bool closed, std::vector<double> const& values,
                                                           std::vector<int> const& segmentStarts,
                                                           std::vector<double> const& weights);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
@@ -65,6 +66,12 @@ double BoxDomain4HSA::crossingOf(std::size_t i, double start, double end) const 
 bool BoxDomain4HSA::calculateCollisionPrivate(std::vector<double> const& start,
                                               std::vector<double> const& end, std::vector<double>& velocity,
                                               double& fraction) const {
+    if (start.size() != box_.size() || end.size() != box_.size() || velocity.size() != box_.size()) {
+        throw std::invalid_argument("BoxDomain4HSA::calculateCollision: start, end and velocity have " +
+                                    std::to_string(start.size()) + ", " + std::to_string(end.size()) +
+                                    " and " + std::to_string(velocity.size()) + " entries for a box of " +
+                                    std::to_string(box_.size()) + " coordinates");
+    }
     double first = 2.0;  // above every crossing: no wall crossed yet
     for (std::size_t i = 0; i < box_.size(); ++i) {
         double const t = crossingOf(i, start[i], end[i]);

@@ -1,6 +1,8 @@
 // The annealing loop: refine the objective where the schedule asks for data, otherwise sample and cool.
 #include <Kestrel/HamiltonianSimulatedAnnealing.h>
 
+#include <stdexcept>
+
 namespace Kestrel {
 
 HamiltonianSimulatedAnnealing::HamiltonianSimulatedAnnealing(std::shared_ptr<Domain4HSA> domain,
@@ -9,6 +11,15 @@ HamiltonianSimulatedAnnealing::HamiltonianSimulatedAnnealing(std::shared_ptr<Dom
     : domain_(std::move(domain)),
       interpolator_(std::move(interpolator)),
       thermalBath_(std::move(thermalBath)) {
+    if (!domain_) {
+        throw std::invalid_argument("HamiltonianSimulatedAnnealing: domain is null");
+    }
+    if (!interpolator_) {
+        throw std::invalid_argument("HamiltonianSimulatedAnnealing: interpolator is null");
+    }
+    if (!thermalBath_) {
+        throw std::invalid_argument("HamiltonianSimulatedAnnealing: thermalBath is null");
+    }
     thermalBath_->init(domain_, interpolator_);
 }
 

@@ -4,13 +4,28 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
 namespace {
 
-// A collision test that keeps cutting steps without consuming time would never end the integration.
-constexpr int kMaxStalledCutSteps = 1000;
+// Progress guard: every block of this many consecutive steps must advance the time by at least
+// kMinimumBlockProgress nominal steps. A collision test that keeps cutting steps with (almost) nothing of the
+// move inside, or a remaining time too large to change by one step, would otherwise never end the run; the
+// guard bounds a run to about kStepsPerBlock / kMinimumBlockProgress = 10^6 steps per nominal step of the
+// duration.
+constexpr int kStepsPerBlock = 1000;
+constexpr double kMinimumBlockProgress = 1e-3;
+
+// The integrator's arrays all have the length n of the position at construction.
+void requireLength(char const* what, std::size_t length, std::size_t n) {
+    if (length != n) {
+        throw std::invalid_argument(std::string("LeapfrogIntegrator: ") + what + " has " +
+                                    std::to_string(length) + " entries, the position at construction " +
+                                    std::to_string(n));
+    }
+}
 
 // Step length for the remaining time T with nominal step h: k = T / h truncated toward zero (at least 1);
 // the step is h unless (k + 0.25) * h < T, then T / (k + 1). Truncating in double gives the 32-bit integer
@@ -50,20 +65,27 @@ void LeapfrogIntegrator::doSteps(double h, double T) {
     if (std::isinf(T)) {
         throw std::invalid_argument("LeapfrogIntegrator::doSteps: the duration must be finite");
     }
+    std::size_t const n = acceleration_.size();
+    requireLength("the position", position_->size(), n);
+    requireLength("the velocity", velocity_->size(), n);
     double remaining = T;
     double dt = planStep(h, remaining);
     bool restart = true;
-    int stalledCutSteps = 0;
+    int blockSteps = 0;
+    double blockFrom = remaining;  // remaining time when the current block of steps began
     while (remaining > 0.0) {
         double const left = doStep(dt, restart);
         restart = left > 0.0;
-        double const before = remaining;
         remaining = remaining - (dt - left);
-        stalledCutSteps = (restart && !(remaining < before)) ? stalledCutSteps + 1 : 0;
-        if (stalledCutSteps == kMaxStalledCutSteps) {
-            throw std::runtime_error(
-                "LeapfrogIntegrator::doSteps: the collision test makes no progress (1000 consecutive steps "
-                "were cut short without consuming any time)");
+        if (++blockSteps == kStepsPerBlock) {
+            if (remaining > 0.0 && !(blockFrom - remaining >= kMinimumBlockProgress * h)) {
+                throw std::runtime_error(
+                    "LeapfrogIntegrator::doSteps: the integration makes no progress (1000 consecutive steps, "
+                    "cut short by the collision test or too short to change the remaining time, advanced it "
+                    "by less than 0.001 of a nominal step)");
+            }
+            blockSteps = 0;
+            blockFrom = remaining;
         }
         if (remaining > 0.0) {
             dt = planStep(h, remaining);
@@ -82,6 +104,7 @@ double LeapfrogIntegrator::doStep(double h, bool restart) {
     std::size_t const n = acceleration_.size();
     if (restart) {
         (*gradient_)(position, acceleration_);
+        requireLength("the gradient's output", acceleration_.size(), n);
         for (std::size_t i = 0; i < n; ++i) {
             halfStepVelocity_[i] = velocity[i] + 0.5 * h * acceleration_[i];
         }
@@ -92,6 +115,7 @@ double LeapfrogIntegrator::doStep(double h, bool restart) {
     double fraction = 1.0;
     bool const hit =
         collision_ != nullptr && (*collision_)(position, trialPosition_, halfStepVelocity_, fraction);
+    requireLength("the velocity the collision test left", halfStepVelocity_.size(), n);
     double const left = (1.0 - fraction) * h;
     if (hit && left > 0.0) {
         // Cut short: stop at the point of impact; the caller's velocity becomes the one the collision test
@@ -102,6 +126,7 @@ double LeapfrogIntegrator::doStep(double h, bool restart) {
         velocity.swap(halfStepVelocity_);
     } else {
         (*gradient_)(trialPosition_, acceleration_);
+        requireLength("the gradient's output", acceleration_.size(), n);
         for (std::size_t i = 0; i < n; ++i) {
             halfStepVelocity_[i] = halfStepVelocity_[i] + h * acceleration_[i];
         }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
@@ -40,6 +41,11 @@ void LeapfrogThermalBath4HSA::calculateSamplePrivate(std::pair<double, double> t
     }
     std::vector<double>& position = state.getPosition();
     std::vector<double>& velocity = state.getVelocity();
+    if (position.size() != static_cast<std::size_t>(domain->getDimensionality())) {
+        throw std::invalid_argument("LeapfrogThermalBath4HSA: the state's position has " +
+                                    std::to_string(position.size()) + " coordinates, the domain " +
+                                    std::to_string(domain->getDimensionality()));
+    }
     velocity.resize(position.size());
 
     double const variance = temperatureAndChange.first + temperatureAndChange.second;

@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <cstddef>
+#include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
@@ -19,6 +21,10 @@ void refineInBox4HSA(ObjectiveInterpolator4HSA const& interpolator, Box4HSA cons
                      std::vector<double> position, double initialStep, int maximumCalls) {
     if (maximumCalls < 2) {
         return;
+    }
+    if (position.size() != box.size()) {
+        throw std::invalid_argument("refineInBox4HSA: position has " + std::to_string(position.size()) +
+                                    " coordinates, the box " + std::to_string(box.size()));
     }
     std::size_t const n = position.size();
     int calls = 1;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 
@@ -11,6 +12,22 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kE = 2.71828182845904523536;
+
+// A test function's gradient writes one entry per coordinate into an output of the same length.
+void requireGradientLength(std::vector<double> const& x, std::vector<double> const& g) {
+    if (g.size() != x.size()) {
+        throw std::invalid_argument("test function gradient: the output has " + std::to_string(g.size()) +
+                                    " entries for " + std::to_string(x.size()) + " coordinates");
+    }
+}
+
+// himmelblau is defined in two dimensions only.
+void requireTwoCoordinates(std::vector<double> const& p) {
+    if (p.size() != 2) {
+        throw std::invalid_argument("himmelblau: the position has " + std::to_string(p.size()) +
+                                    " coordinates, not 2");
+    }
+}
 
 double sphere(std::vector<double> const& x) {
     double sum = 0.0;
@@ -21,6 +38,7 @@ double sphere(std::vector<double> const& x) {
 }
 
 void sphereGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 2.0 * x[i];
     }
@@ -35,6 +53,7 @@ double rastrigin(std::vector<double> const& x) {
 }
 
 void rastriginGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     for (std::size_t i = 0; i < x.size(); ++i) {
         g[i] = 2.0 * x[i] + 20.0 * kPi * std::sin(2.0 * kPi * x[i]);
     }
@@ -52,6 +71,7 @@ double ackley(std::vector<double> const& x) {
 }
 
 void ackleyGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
     double const n = static_cast<double>(x.size());
     double squares = 0.0;
     double cosines = 0.0;
@@ -68,12 +88,15 @@ void ackleyGradient(std::vector<double> const& x, std::vector<double>& g) {
 }
 
 double himmelblau(std::vector<double> const& p) {
+    requireTwoCoordinates(p);
     double const a = p[0] * p[0] + p[1] - 11.0;
     double const b = p[0] + p[1] * p[1] - 7.0;
     return a * a + b * b;
 }
 
 void himmelblauGradient(std::vector<double> const& p, std::vector<double>& g) {
+    requireTwoCoordinates(p);
+    requireGradientLength(p, g);
     double const a = p[0] * p[0] + p[1] - 11.0;
     double const b = p[0] + p[1] * p[1] - 7.0;
     g[0] = 4.0 * p[0] * a + 2.0 * b;

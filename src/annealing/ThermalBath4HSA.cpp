@@ -2,6 +2,7 @@
 #include <Kestrel/HamiltonianSimulatedAnnealing.h>
 
 #include <cmath>
+#include <stdexcept>
 
 namespace Kestrel {
 
@@ -14,6 +15,10 @@ void ThermalBath4HSA::init(std::shared_ptr<Domain4HSA> domain,
 }
 
 std::pair<double, double> ThermalBath4HSA::suggestTemperatureAndChange() const {
+    if (!interpolator_) {
+        throw std::logic_error(
+            "ThermalBath4HSA::suggestTemperatureAndChange: no interpolator (init() has not been called)");
+    }
     double const s = interpolator_->calculateStdDeviation();
     std::pair<double, double> const minMax = interpolator_->calculateMinMax();
     double const average = interpolator_->calculateAverage();

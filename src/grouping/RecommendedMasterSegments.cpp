@@ -3,6 +3,8 @@
 #include <Kestrel/Environment.h>
 #include <Kestrel/SegmentGrouper.h>
 
+#include "GroupingInputChecks.h"
+
 #include <boost/lexical_cast.hpp>
 
 #include <algorithm>
@@ -99,6 +101,7 @@ int SegmentGrouper::calculateRecommendedNumberOfMasterSegments(bool closed, std:
     if (segmentCount < 4) {
         return std::min(segmentCount, 3);
     }
+    detail::checkSegmentStarts(segmentStarts, values.size());
     std::vector<double> const means = segmentMeans(closed, values, segmentStarts);
     double scaleSum = 0.0;
     for (double const mean : means) {

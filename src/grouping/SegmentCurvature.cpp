@@ -4,6 +4,8 @@
 #include <Kestrel/PChip.h>
 #include <Kestrel/SegmentGrouper.h>
 
+#include "GroupingInputChecks.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -240,6 +242,7 @@ void SegmentGrouper::calculateSegmentCurvature(std::vector<std::pair<double, dou
         curvature.assign(segments.size(), 0.0);
         return;
     }
+    detail::checkPolylineSegments(points, segments);
     std::vector<double> const arcLength = arcLengths(points);
     ExtendedLine const extended = closed && segments.size() >= 2
                                       ? extendClosedLine(points, arcLength, segments)

@@ -3,11 +3,13 @@
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
 #include "LineGeometry.h"
+#include "MasterInputChecks.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cmath>
 #include <cstddef>
+#include <stdexcept>
+#include <string>
 
 namespace Kestrel {
 namespace {
@@ -30,10 +32,6 @@ std::vector<double> deriveTransitionLengths(std::vector<double> const& lengths, 
     return {};
 }
 
-[[maybe_unused]] bool allNonNegative(std::vector<double> const& lengths) {
-    return std::all_of(lengths.begin(), lengths.end(), [](double length) { return !(length < 0.0); });
-}
-
 }  // namespace
 
 DrawbeadToyModel::DrawbeadToyModel(std::vector<double> const& segmentLengths,
@@ -44,12 +42,11 @@ DrawbeadToyModel::DrawbeadToyModel(std::vector<double> const& segmentLengths,
       transitionLengths(transitionLengths != nullptr ? *transitionLengths
                                                      : deriveTransitionLengths(segmentLengths, closed)),
       closed(closed) {
-    assert(segmentLengths.size() == minMaxData.size());
-    assert(allNonNegative(segmentLengths));
-    assert(allNonNegative(this->transitionLengths));
+    detail::checkToyModelLine(this->segmentLengths, this->minMaxData, this->transitionLengths);
 }
 
 double DrawbeadToyModel::getSegmentLength(int i) const {
+    detail::checkSegmentIndex("DrawbeadToyModel::getSegmentLength: i", i, segmentLengths.size());
     return segmentLengths[i];
 }
 
@@ -66,6 +63,8 @@ std::vector<double> const& DrawbeadToyModel::getTransitionLengths() const {
 }
 
 double DrawbeadToyModel::distance(int from, int to) const {
+    detail::checkSegmentIndex("DrawbeadToyModel::distance: from", from, segmentLengths.size());
+    detail::checkSegmentIndex("DrawbeadToyModel::distance: to", to, segmentLengths.size());
     int const n = static_cast<int>(segmentLengths.size());
     double sum = 0.0;
     if (from <= to) {
@@ -84,6 +83,8 @@ double DrawbeadToyModel::distance(int from, int to) const {
 }
 
 double DrawbeadToyModel::fullDistance(int from, int to) const {
+    detail::checkSegmentIndex("DrawbeadToyModel::fullDistance: from", from, segmentLengths.size());
+    detail::checkSegmentIndex("DrawbeadToyModel::fullDistance: to", to, segmentLengths.size());
     int const n = static_cast<int>(segmentLengths.size());
     double sum = 0.5 * segmentLengths[from];
     sum += transitionAfter(transitionLengths, from);
@@ -122,6 +123,11 @@ double gradientEnergy(double leftLength, double rightLength, double transition, 
 
 double DrawbeadToyModel::calculatePenaltyValue(std::vector<double> const& values) const {
     std::size_t const n = segmentLengths.size();
+    if (values.size() < n) {
+        throw std::invalid_argument("DrawbeadToyModel::calculatePenaltyValue: values has " +
+                                    std::to_string(values.size()) + " entries for " + std::to_string(n) +
+                                    " segments");
+    }
     double penalty = 0.0;
     for (std::size_t i = 1; i < n; ++i) {
         penalty += gradientEnergy(segmentLengths[i - 1], segmentLengths[i],

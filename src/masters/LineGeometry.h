@@ -29,6 +29,8 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
     // zero-weighted length terms, then the uncovered-length term.
     double score(std::vector<int> const& masterIndices) const;
 
+    std::vector<double> const& segmentLengths() const { return lengths; }
+
   private:
     double fullDistance(int from, int to) const;
 

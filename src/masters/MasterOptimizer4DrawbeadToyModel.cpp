@@ -2,11 +2,12 @@
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
 #include "LineGeometry.h"
+#include "MasterInputChecks.h"
 
-#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace Kestrel {
@@ -20,7 +21,9 @@ boost::function<double(std::vector<double> const&)> penaltyOf(DrawbeadToyModel c
 }
 
 DrawbeadToyModel const& checked(std::shared_ptr<DrawbeadToyModel const> const& model) {
-    assert(model != nullptr);
+    if (model == nullptr) {
+        throw std::invalid_argument("MasterOptimizer4DrawbeadToyModel: model is null");
+    }
     return *model;
 }
 
@@ -30,7 +33,9 @@ MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
     std::shared_ptr<DrawbeadToyModel const> model)
     : MasterOptimizer4Interpolation(checked(model).getMinMaxData(), penaltyOf(model.get())),
       model(model),
-      geometry(std::make_shared<Geometry const>(std::move(model))) {}
+      geometry(std::make_shared<Geometry const>(std::move(model))) {
+    setSearchPrecondition([line = geometry] { detail::checkSearchableLengths(line->segmentLengths()); });
+}
 
 MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
     MasterOptimizer4DrawbeadToyModel const& other) = default;
@@ -55,6 +60,7 @@ std::shared_ptr<std::vector<double>> MasterOptimizer4DrawbeadToyModel::getInterp
     int const n = static_cast<int>(line.getMinMaxData().size());
     std::size_t const m = masterIndices.size();
     bool const closed = line.isClosed();
+    detail::checkInterpolationMasters(masterIndices, masterValues, static_cast<std::size_t>(n));
 
     auto result = std::make_shared<std::vector<double>>(n, std::numeric_limits<double>::quiet_NaN());
     std::vector<double>& value = *result;

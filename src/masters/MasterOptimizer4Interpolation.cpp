@@ -2,6 +2,7 @@
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
 #include <Kestrel/MasterOptimizer4Interpolation.h>
 
+#include "MasterInputChecks.h"
 #include "MasterTransitionMatrix.h"
 
 #include <algorithm>
@@ -52,6 +53,12 @@ void MasterOptimizer4Interpolation::calculateOptimalMasterIndices(int numberOfMa
         return;
     }
     int const masters = std::min(numberOfMasters, n);
+    if (preGroups != nullptr) {
+        detail::checkMasterPreGroups(*preGroups, minMaxData.size(), masters);
+    }
+    if (searchPrecondition) {
+        searchPrecondition();
+    }
 
     std::vector<std::vector<double>> const matrix = buildMasterTransitionMatrix(minMaxData.size());
     Optimiser::Objective const objective = [this](std::vector<int> const& choice) {
@@ -81,6 +88,10 @@ double MasterOptimizer4Interpolation::evaluateMasterChoice(std::vector<int> cons
 boost::function<double(std::vector<double> const&)> const& MasterOptimizer4Interpolation::getTheEvaluator()
     const {
     return evaluator;
+}
+
+void MasterOptimizer4Interpolation::setSearchPrecondition(boost::function<void()> check) {
+    searchPrecondition = std::move(check);
 }
 
 double MasterOptimizer4Interpolation::masterChoiceEvaluator(std::vector<int> const& choice) const {

@@ -2,6 +2,7 @@
 
 #include "CrossEntropySteps.h"
 #include "HamiltonianPathMCGenerator.h"
+#include "OptimiserInputChecks.h"
 #include "ParallelLoop.h"
 
 #include <Kestrel/Tessel/StatisticalCalculator.h>
@@ -9,6 +10,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -25,6 +28,17 @@ bool isStaticPopulation(CombinatorialCrossEntropyOptimization::PopulationDynamic
     std::underlying_type_t<CombinatorialCrossEntropyOptimization::PopulationDynamics> raw;
     std::memcpy(&raw, &dynamics, sizeof raw);
     return raw == 0;
+}
+
+// The progress callback may change the weights but not the shape of the matrix: the next iteration's walk
+// and update are sized for `rows` rows.
+void checkMatrixAfterCallback(std::vector<std::vector<double>> const& matrix, int rows) {
+    if (matrix.size() != static_cast<std::size_t>(rows)) {
+        throw std::invalid_argument("optimize: the progress callback left the matrix with " +
+                                    std::to_string(matrix.size()) + " rows instead of " +
+                                    std::to_string(rows));
+    }
+    detail::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
 }
 
 }  // namespace
@@ -66,7 +80,9 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
         d_->exclusionLists.clear();
         return;
     }
-    d_->exclusionLists = detail::buildExclusionLists(*groups, static_cast<int>(d_->probabilities.size()));
+    int const rows = static_cast<int>(d_->probabilities.size());
+    detail::checkPreGroupBoundaries(*groups, rows);
+    d_->exclusionLists = detail::buildExclusionLists(*groups, rows);
 }
 
 std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
@@ -80,6 +96,8 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         return noResult;
     }
     Private& state = *d_;
+    detail::checkSmoothing(parameters.smoothing);
+    detail::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
     int const rows = static_cast<int>(state.probabilities.size());
     Objective const& objective = *state.objective;
 
@@ -137,6 +155,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
             eliteCounts.updateMatrix(state.probabilities, parameters.smoothing);
             if (callback != nullptr && population.capped) {
                 (*callback)(state.probabilities, parameters.smoothing);
+                checkMatrixAfterCallback(state.probabilities, rows);
             }
         }
 

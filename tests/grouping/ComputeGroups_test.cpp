@@ -160,12 +160,12 @@ TEST(ComputeGroups, NothingAcceptableGivesTheFinestGrouping) {
 }
 
 TEST(ComputeGroups, AllGainsNonPositiveGiveEmptyResult) {
-    // Equal values are kept as they are when the total length is not a number (the equal-values test fails),
-    // every grouping then scores 0 and is acceptable: no number of groups improves the objective.
-    double const nan = std::numeric_limits<double>::quiet_NaN();
+    // Lengths whose total overflows to infinity make the equal-values adjustment write 1 / infinity = 0 to
+    // every value; every grouping then scores 0 and is acceptable: no number of groups improves the
+    // objective.
     for (auto const measure : {SegmentGrouper::MinMax, SegmentGrouper::Variance}) {
-        SegmentGrouper const grouper({3.0, 3.0, 3.0, 3.0}, {1.0, nan, 1.0, 1.0}, true, measure);
-        ASSERT_EQ(Access::values(grouper), (std::vector<double>{3.0, 3.0, 3.0, 3.0}));
+        SegmentGrouper const grouper({3.0, 3.0, 3.0, 3.0}, {1e308, 1e308, 1e308, 1e308}, true, measure);
+        ASSERT_EQ(Access::values(grouper), (std::vector<double>{0.0, 0.0, 0.0, 0.0}));
         std::vector<int> result{9};
         grouper.computeGroups(result);
         EXPECT_TRUE(result.empty());

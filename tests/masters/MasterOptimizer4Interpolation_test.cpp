@@ -187,20 +187,6 @@ TEST(MasterOptimizer4Interpolation, PositionsOutsideEveryPreGroupHoldAtMostOneMa
     }
 }
 
-TEST(MasterOptimizer4Interpolation, FewerPreGroupsThanMastersNeverReadOutsideTheLine) {
-    std::mt19937 engine(21);
-    // Groups {0..2} and {3..5}: a third master can only be the optimiser's start state, position -1.
-    std::vector<int> const groups{0, 3};
-    MasterOptimizer4DrawbeadToyModel const optimiser(modelOf(ReferenceToyModel::randomLine(engine, 6, true)));
-    std::vector<int> const result = search(optimiser, 3, &groups);
-    ASSERT_EQ(result.size(), 3u);
-    for (int const position : result) {
-        EXPECT_GE(position, -1);
-        EXPECT_LT(position, 6);
-    }
-    EXPECT_TRUE(std::isnan(optimiser.evaluateMasterChoice(result)));
-}
-
 TEST(MasterOptimizer4Interpolation, SameChoiceForOneAndTwoThreads) {
     std::mt19937 engine(14);
     int const threads = omp_get_max_threads();

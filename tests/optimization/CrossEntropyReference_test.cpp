@@ -78,8 +78,9 @@ void compareOptimize(unsigned int seed, TrialShape const& shape) {
         int const rows =
             shape.minRows +
             static_cast<int>(random() % static_cast<unsigned>(shape.maxRows - shape.minRows + 1));
-        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1,
-                                                            trial % 7 == 0 ? 0.2 : 0.0);
+        // optimize() refuses negative weights, so its problems have none (the generator's comparison
+        // above still walks them).
+        auto const matrix = OptimizationTests::randomMatrix(random, rows, trial % 5 == 0 ? 0.5 : 0.1);
         int const pathLength = static_cast<int>(random() % static_cast<unsigned>(rows + 1));
         bool const ordered = random() % 2 == 0;
         auto const objectiveTable = OptimizationTests::randomObjective(random, rows, pathLength);

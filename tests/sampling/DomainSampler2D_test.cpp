@@ -10,6 +10,7 @@
 #include <random>
 #include <set>
 #include <stdexcept>
+#include <string>
 
 #include "KMeansPlusPlusSeeding.h"
 #include "LloydIterations.h"
@@ -266,13 +267,39 @@ TEST(DomainSampler2D, FastLloydEqualsReferenceFromRandomStarts) {
     }
 }
 
+// The seeding and the Lloyd iterations as calculateSamples runs them, without its check of the candidates.
+std::vector<Point> clusteredCentres(std::vector<Point> const& candidates, int n) {
+    std::vector<Point> centres = Kestrel::sampling::seedKMeansPlusPlus(candidates, n);
+    Kestrel::sampling::runLloydIterations(candidates, centres, std::max(n, 100));
+    return centres;
+}
+
 TEST(DomainSampler2D, NonFiniteCandidates_FastPathEqualsReference) {
     std::vector<Point> candidates = uniformPoints(600, 9);
     candidates[17] = {std::numeric_limits<double>::infinity(), 0.0};
     candidates[230] = {1e200, -1e200};
-    expectSameBits(samplesOf(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
+    expectSameBits(clusteredCentres(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
     candidates[400] = {std::nan(""), 1.0};
+    expectSameBits(clusteredCentres(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
+}
+
+TEST(DomainSampler2D, NonFiniteCandidatesAreRefusedBeforeClustering) {
+    std::vector<Point> candidates = uniformPoints(600, 9);
+    candidates[230] = {1e200, -1e200};  // huge but finite: accepted
     expectSameBits(samplesOf(candidates, 6), ReferenceSamplers::domainSamples(candidates, 6));
+    for (Point const& bad :
+         {Point{std::nan(""), 1.0}, Point{0.5, -std::numeric_limits<double>::infinity()}}) {
+        candidates[400] = bad;
+        FixedCandidates domain(candidates);
+        std::vector<Point> out{{7.0, 7.0}};
+        try {
+            domain.calculateSamples(6, out);
+            FAIL() << "no exception";
+        } catch (std::invalid_argument const& error) {
+            EXPECT_NE(std::string(error.what()).find("candidate 400 = ("), std::string::npos) << error.what();
+        }
+        EXPECT_EQ(out, (std::vector<Point>{{7.0, 7.0}}));
+    }
 }
 
 TEST(DomainSampler2D, OneAndTwoThreadsGiveIdenticalSamples) {
