@@ -71,6 +71,7 @@ endfunction()
 # A GoogleTest program registered with CTest test by test. Test data lives in `data/` beside the test.
 function(kestrel_add_test name)
     kestrel_add_program(${name} ${ARGN})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)  # helpers shared by tests
     target_link_libraries(${name} PRIVATE GTest::gtest GTest::gmock GTest::gtest_main)
     target_compile_definitions(${name} PRIVATE KESTREL_TEST_DATA_DIR="${CMAKE_CURRENT_SOURCE_DIR}/data")
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)

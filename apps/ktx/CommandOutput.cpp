@@ -1,5 +1,6 @@
 #include "CommandOutput.h"
 
+#include "input/InputError.h"
 #include "output/OutputFiles.h"
 
 namespace ktx {
@@ -16,6 +17,10 @@ void CommandOutput::checkWritable() const {
     OutputFiles::checkWritable(output_);
     if (!picture_.empty()) {
         OutputFiles::checkWritable(picture_);
+        if (OutputFiles::sameDestination(output_, picture_)) {
+            throw InputError("-o/--output and --svg name the same destination '" + picture_ +
+                             "'; give the picture its own file");
+        }
     }
 }
 

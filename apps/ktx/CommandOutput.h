@@ -18,12 +18,13 @@ class CommandOutput {
     // Adds --svg, described by `help`, to `command`. Requires: as addOutputOption.
     void addPictureOption(CLI::App& command, std::string const& help);
 
-    // Throws InputError when a destination can certainly not be written. Call it before long work.
+    // Throws InputError when a destination can certainly not be written, or when -o and --svg name the same
+    // destination. Call it before long work.
     void checkWritable() const;
 
     // Writes `result` to the output and, when --svg was given, the picture `drawPicture` returns (it is
-    // not called otherwise). Throws InputError when a destination cannot be written; nothing is left half
-    // written.
+    // not called otherwise). Throws InputError when a file cannot be written (nothing is left half
+    // written) and StandardOutputError when standard output fails.
     void write(std::string result, std::function<std::string()> const& drawPicture = {}) const;
 
   private:

@@ -1,13 +1,28 @@
 #include "CommandSupport.h"
 
+#include "output/NumberFormat.h"
+
 #include <unistd.h>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace ktx {
 
-void addInputOption(CLI::App& command, std::string& input) {
-    command.add_option("input", input, "input file, or - for standard input")->capture_default_str();
+void addInputOption(CLI::App& command, InputSource& input) {
+    command.add_option("input", input.path, "input file, or - for standard input")->capture_default_str();
+    command
+        .add_option("--max-input-mib", input.maxMebibytes,
+                    "read at most this many MiB of input; a larger input is refused")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+}
+
+TextInput readInput(InputSource const& input) {
+    double const bytes = input.maxMebibytes * 1024.0 * 1024.0;
+    constexpr double kLargest = static_cast<double>(std::numeric_limits<std::size_t>::max() / 2);
+    return readTextInput(input.path, static_cast<std::size_t>(std::min(bytes, kLargest)));
 }
 
 namespace {
@@ -16,8 +31,13 @@ bool isScalar(nlohmann::ordered_json const& value) {
     return !value.is_array() && !value.is_object();
 }
 
-// Objects one member per line; arrays of plain values (numbers, a point, a row) on one line.
-void writeJson(nlohmann::ordered_json const& value, std::string const& indent, std::string& out) {
+// Objects one member per line; arrays of plain values (numbers, a point, a row) on one line. `path` names
+// the value in messages ("groups[2].length").
+void writeJson(nlohmann::ordered_json const& value, std::string const& path, std::string const& indent,
+               std::string& out) {
+    if (value.is_number_float()) {
+        requireFiniteResult(value.get<double>(), path);
+    }
     if (isScalar(value)) {
         out += value.dump();
         return;
@@ -31,9 +51,10 @@ void writeJson(nlohmann::ordered_json const& value, std::string const& indent, s
         bool const flat = std::all_of(value.begin(), value.end(), isScalar);
         out += "[";
         bool first = true;
+        std::size_t index = 0;
         for (auto const& element : value) {
             out += first ? (flat ? "" : "\n" + inner) : (flat ? ", " : ",\n" + inner);
-            writeJson(element, inner, out);
+            writeJson(element, path + "[" + std::to_string(index++) + "]", inner, out);
             first = false;
         }
         out += flat ? "]" : "\n" + indent + "]";
@@ -43,7 +64,7 @@ void writeJson(nlohmann::ordered_json const& value, std::string const& indent, s
     bool first = true;
     for (auto const& [key, member] : value.items()) {
         out += (first ? "\n" : ",\n") + inner + nlohmann::ordered_json(key).dump() + ": ";
-        writeJson(member, inner, out);
+        writeJson(member, path.empty() ? key : path + "." + key, inner, out);
         first = false;
     }
     out += "\n" + indent + "}";
@@ -51,9 +72,18 @@ void writeJson(nlohmann::ordered_json const& value, std::string const& indent, s
 
 }  // namespace
 
+void requireFiniteResult(double value, std::string const& name) {
+    if (!std::isfinite(value)) {
+        throw InputError(
+            "result '" + name + "' is " + formatNumber(value) +
+            ": the input's numbers are too large to compute with in double precision; scale them "
+            "down");
+    }
+}
+
 std::string formatJson(nlohmann::ordered_json const& document) {
     std::string out;
-    writeJson(document, "", out);
+    writeJson(document, "", "", out);
     return out + "\n";
 }
 

@@ -29,13 +29,21 @@ Command addSample2dCommand(CLI::App& tool);
 Command addAnnealCommand(CLI::App& tool);
 Command addDemoCommand(CLI::App& tool);
 
-// The positional input: a file name, or "-" or absent for standard input.
-void addInputOption(CLI::App& command, std::string& input);
+// A command's input: the positional file name ("-" or absent for standard input) and --max-input-mib, the
+// largest input read (so that an endless source such as /dev/zero ends with a clear error).
+struct InputSource {
+    std::string path = "-";
+    double maxMebibytes = 256;
+};
+void addInputOption(CLI::App& command, InputSource& input);
+
+// Reads the input whole. Throws InputError when it cannot be read or is larger than the limit.
+TextInput readInput(InputSource const& input);
 
 // Reads the input and parses it with `parse`; InputErrors get the input's name in front.
 template <typename Parse>
-auto readAndParse(std::string const& path, Parse parse) {
-    TextInput const input = readTextInput(path);
+auto readAndParse(InputSource const& source, Parse parse) {
+    TextInput const input = readInput(source);
     try {
         return parse(input.text);
     } catch (InputError const& error) {
@@ -43,9 +51,13 @@ auto readAndParse(std::string const& path, Parse parse) {
     }
 }
 
-// Two-space indented JSON with a final line end, arrays of plain values on one line; NaN and infinities
-// become null.
+// Two-space indented JSON with a final line end, arrays of plain values on one line. Throws InputError
+// naming the first number that is not finite ("result 'groups[0].length' is inf: ..."): such a result
+// comes from input numbers too large for double arithmetic and is never written.
 std::string formatJson(nlohmann::ordered_json const& document);
+
+// Throws the InputError of formatJson when `value`, the result called `name`, is not finite.
+void requireFiniteResult(double value, std::string const& name);
 
 // The example shown under --help: "Example input:\n<text>\n\nExample:\n  <command line>".
 std::string helpFooter(std::string const& exampleInput, std::string const& exampleCommand);

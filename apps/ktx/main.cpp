@@ -1,9 +1,10 @@
 // ktx: the library's algorithms on the command line. Every subcommand reads JSON (or CSV) from a file or
 // standard input and writes JSON or CSV to standard output or an --output file, plus optional SVG
 // pictures. Exit status: 0 success, 2 bad input or unusable command line (one-line message on standard
-// error), 1 internal failure.
+// error), 1 internal failure or a result that standard output did not take.
 #include "CommandSupport.h"
 #include "input/InputError.h"
+#include "output/OutputFiles.h"
 
 #include <CLI/CLI.hpp>
 
@@ -18,6 +19,15 @@ constexpr int kInternalFailure = 1;
 
 void report(std::string const& prefix, std::string const& message) {
     std::cerr << ktx::oneLine(prefix + message) << std::endl;
+}
+
+// Help and version texts go through std::cout; a text that standard output did not take is a failure.
+int checkedStandardOutput(int status) {
+    if (!std::cout.flush()) {
+        report("ktx: ", "cannot write to standard output");
+        return kInternalFailure;
+    }
+    return status;
 }
 
 int runTool(int argc, char** argv) {
@@ -36,7 +46,7 @@ int runTool(int argc, char** argv) {
         tool.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) {
-            return tool.exit(error);
+            return checkedStandardOutput(tool.exit(error));
         }
         report("ktx: ", std::string(error.what()) + " (see ktx --help)");
         return kBadInput;
@@ -50,6 +60,9 @@ int runTool(int argc, char** argv) {
                 ktx::finishProgress();
                 report(prefix, error.what());
                 return kBadInput;
+            } catch (ktx::StandardOutputError const& error) {
+                report(prefix, error.what());
+                return kInternalFailure;
             } catch (std::exception const& error) {
                 ktx::finishProgress();
                 report(prefix, std::string("internal error: ") + error.what());
@@ -57,7 +70,7 @@ int runTool(int argc, char** argv) {
             }
         }
     }
-    return 0;
+    return checkedStandardOutput(0);
 }
 
 }  // namespace

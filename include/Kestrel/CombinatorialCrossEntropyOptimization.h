@@ -4,7 +4,7 @@
 // drawn, row i: the item following node i; entry k of a row is the weight of the step to node k+1) and an
 // objective that scores one selection (lower is better). Node 0 is the start and is not written into a
 // selection; items are nodes 1 ... n-1. Each iteration draws a population of selections from the matrix
-// with a generator reseeded with the fixed seed 193, scores them in parallel (OpenMP, static schedule),
+// with a generator reseeded with the fixed seed 193, scores them in parallel (OpenMP),
 // takes a quantile of the scores as elite threshold and moves the matrix towards the transition
 // frequencies of the elite. The best selection seen is written to `result`.
 //
@@ -14,7 +14,11 @@
 // ends after one iteration: normalise the rows (each summing to 1) to learn.
 //
 // Cost per iteration: drawing N selections of L items costs O(N * L * n), N = n*(n-1)*sampleFactor with a
-// static population; then N objective calls. Drawing is parallel as well as the scoring.
+// static population; then N objective calls. Drawing is parallel as well as the scoring. The first
+// iteration draws and scores on a team of threads; the following ones go on with the calling thread alone
+// when that team was not clearly faster (a machine whose cores are busy), trying a team again after 10,
+// 40, 160 ... iterations. Called from inside an active OpenMP parallel region, everything runs on the
+// calling thread.
 //
 //   std::vector<std::vector<double>> matrix(n + 1, std::vector<double>(n, 1.0 / n));
 //   boost::function<double(std::vector<int> const&)> objective = ...;   // must outlive optimize()

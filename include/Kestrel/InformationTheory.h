@@ -5,7 +5,16 @@
 // brings in the cross-entropy optimiser, the segment grouper, the master optimisers with the drawbead toy
 // model, the assignment solver, the Hamiltonian simulated annealing framework with its ready components,
 // and the population samplers. Each family can also be included on its own.
+//
+// It also holds the one setting that concerns every family at once: how many threads the library's
+// parallel loops may use. The library starts no threads of its own; its loops run on the caller's OpenMP
+// runtime, with at most omp_get_max_threads() threads, with one thread when called from inside an active
+// parallel region of the caller, and with at most the limit set here.
+//
+//   Kestrel::setMaxNumberOfThreads(1);   // e.g. in a host that keeps every core busy itself
 #pragma once
+
+#include <Kestrel/Export.h>
 
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
 #include <Kestrel/HamiltonianSimulatedAnnealing.h>
@@ -14,3 +23,16 @@
 #include <Kestrel/PopulationSampling.h>
 #include <Kestrel/ReadyComponents4HSA.h>
 #include <Kestrel/SegmentGrouper.h>
+
+namespace Kestrel {
+
+// Limits the threads of every later parallel loop of the library, in every thread of the process, to
+// `count` (still at most omp_get_max_threads()). A `count` of 0 or below removes the limit. Results do not
+// depend on it: every result is the same bit for bit for any number of threads. Thread-safe; a loop
+// already running keeps the team it started with.
+KESTREL_API void setMaxNumberOfThreads(int count);
+
+// The limit set by setMaxNumberOfThreads(), or 0 when there is none (the initial state).
+KESTREL_API int getMaxNumberOfThreads();
+
+}  // namespace Kestrel

@@ -51,9 +51,8 @@ class KESTREL_API CartesianProductSampler {
     // than once; each naming is an independent permutation). Candidate choices come from std::mt19937 with
     // seed 377, one output per choice, point by point and factor by factor within a point.
     // Threads: the draws are made on the calling thread; from 20000 points on, the order entries' draws are
-    // decoded and the coordinates copied as OpenMP parallel loops (static schedule). The result does not
-    // depend on the number of threads. On a machine whose cores are all busy, OMP_NUM_THREADS=1 (or
-    // OMP_WAIT_POLICY=passive, so that waiting threads do not spin) is faster.
+    // decoded and the coordinates copied as OpenMP parallel loops. The result does not
+    // depend on the number of threads; Kestrel::setMaxNumberOfThreads() limits the team.
     // Requires: the factors named in `order` are not null.
     // Throws: std::out_of_range("invalid vector subscript") if an entry of `order` is not an index into
     // `factors` or a named factor has fewer than N candidates; std::length_error("deque<T> too long") if
@@ -98,10 +97,12 @@ class KESTREL_API DomainSampler2D {
     // moves to the member nearest to its members' mean, a centre without members stays) until no centre
     // moves or max(n, 100) iterations have run. With m < n, fewer than n points come back.
     // n <= 0: `out` is cleared and generateCandidates is not called.
-    // Threads: the seeding's distance update runs as an OpenMP parallel loop (static schedule) once per
+    // Threads: the seeding's distance update runs as an OpenMP parallel loop once per
     // chosen centre while at least 1024 candidates remain, the assignment of candidates once per Lloyd
-    // iteration from 8192 candidates on; neither calls generateCandidates. The result does not depend on
-    // the number of threads. On a machine whose cores are all busy, OMP_NUM_THREADS=1 is faster.
+    // iteration from 8192 candidates on; neither calls generateCandidates. These loops repeat with the
+    // same work, so after a first round on a team they go on with the calling thread alone whenever the
+    // team did not pay (a machine whose cores are busy). The result does not depend on the number of
+    // threads.
     // Throws: whatever generateCandidates throws (`out` is then unchanged); std::invalid_argument naming the
     // first candidate with a NaN or infinite coordinate, before any clustering (`out` unchanged);
     // std::length_error if 100 * n exceeds the int range; std::bad_alloc when memory runs out.

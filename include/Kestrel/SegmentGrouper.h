@@ -65,13 +65,16 @@ class KESTREL_API SegmentGrouper {
 
     // Replaces `result` with the chosen 0-based group starts (ascending). One segment gives {0}, no
     // segment an empty result; an empty result also comes back when no number of groups improves the
-    // objective. Runs one optimisation per k = 1 ... n (the optimiser evaluates in parallel with OpenMP).
-    // Throws: std::logic_error("Missing implementation") for a measure other than MinMax and Variance with
-    // two or more segments; allocation failures. `result` keeps its former contents when anything throws.
+    // objective. Runs one optimisation per k = 1 ... n; these share nothing, so they run side by side on
+    // the library's OpenMP threads (each on one thread; see setMaxNumberOfThreads()), with the same result
+    // for any number of threads. Throws: std::logic_error("Missing implementation") for a measure other
+    // than MinMax and Variance with two or more segments (the failure of the smallest k is the one
+    // reported); allocation failures. `result` keeps its former contents when anything throws.
     void computeGroups(std::vector<int>& result) const;
 
     // The same computation with a progress hook: after the optimisation for k groups, `progress(k, n)` is
-    // called (k = 1 ... n in increasing order, n = number of segments), on the calling thread. With fewer
+    // called (k = 1 ... n in increasing order, n = number of segments), on the calling thread, as soon as
+    // the optimisations for 1 ... k have all finished and the calling thread is free. With fewer
     // than two segments no optimisation runs and `progress` is not called; an empty `progress` reports
     // nothing. The result is exactly that of computeGroups(result). An exception thrown by `progress`
     // stops the computation and reaches the caller; `result` is then left as it was.

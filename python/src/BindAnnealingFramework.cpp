@@ -268,7 +268,8 @@ Example:
         },
         py::arg("h"), py::arg("duration"), R"doc(
 Integrates for ``duration`` with nominal step ``h``. Raises ValueError if duration > 0 and h is not
-positive or duration is infinite; RuntimeError if the collision test makes no progress.
+positive or duration is infinite; RuntimeError if the integration makes no progress (1000 consecutive
+steps, cut short at walls or too short to change the remaining time, advance it by less than 0.001 h).
 
 Example: ``integrator.do_steps(0.01, 1.0)``
 )doc");

@@ -121,9 +121,10 @@ Returns ``(total, assignment)``: the sum of the assigned costs, added in row ord
 the column of every row (-1 for a row left unassigned by a taller than wide matrix). The GIL is released
 while the solver runs.
 
-Each negative element writes one line "All matrix elements have to be non-negative." to standard error,
-as the C++ solver does; ``linear_sum_assignment`` avoids that. Raises ValueError for NaN or infinite
-elements (naming the element), TypeError for data that is not numeric.
+``+inf`` marks a forbidden pair. Each negative element writes one line "All matrix elements have to be
+non-negative." to standard error, as the C++ solver does; ``linear_sum_assignment`` avoids that. Raises
+ValueError for NaN or -inf (naming the element) and "cost matrix is infeasible" when the forbidden pairs
+leave no complete assignment; TypeError for data that is not numeric.
 
 Example:
     >>> kestrel.HungarianAlgorithm().solve([[1.0, 2.0], [2.0, 1.0]])[0]

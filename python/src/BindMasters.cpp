@@ -43,6 +43,15 @@ class PythonMasterOptimizer : public MasterOptimizer4Interpolation {
 
     double evaluateValues(std::vector<double> const& values) const { return getTheEvaluator()(values); }
 
+    void setPrecondition(py::object check) {
+        if (check.is_none()) {
+            setSearchPrecondition(boost::function<void()>());
+            return;
+        }
+        PythonFunction const function(std::move(check));
+        setSearchPrecondition([function] { callPython([&] { function(); }); });
+    }
+
   private:
     std::shared_ptr<std::vector<double>> getInterpolation(
         std::vector<int> const& masterIndices, std::vector<double> const& masterValues) const override {
@@ -293,6 +302,22 @@ Example: ``optimiser.interpolate([0, 3], [0.2, 0.8])``
 The score of a master choice (0-based positions in the order chosen; smaller is better).
 
 Example: ``optimiser.evaluate_master_choice([0, 3])``
+)doc");
+    base.def(
+        "set_search_precondition",
+        [](MasterOptimizer4Interpolation& self, py::object check) {
+            auto* python = dynamic_cast<PythonMasterOptimizer*>(&self);
+            if (python == nullptr) {
+                throw py::type_error("set_search_precondition is available on Python subclasses only");
+            }
+            python->setPrecondition(std::move(check));
+        },
+        py::arg("check"), R"doc(
+Installs ``check()``, called before every search of two or more masters on two or more positions; an
+exception it raises (ValueError for a line the score cannot rank) stops the search before any score is
+computed. None removes it.
+
+Example: ``self.set_search_precondition(lambda: None)``
 )doc");
     base.def(
         "evaluate_values",

@@ -4,6 +4,7 @@
 #include <Kestrel/SegmentGrouper.h>
 
 #include "GroupCountChoice.h"
+#include "ParallelFor.h"
 
 #include <cstddef>
 #include <functional>
@@ -69,14 +70,20 @@ void SegmentGrouper::computeGroups(
     std::size_t const size = static_cast<std::size_t>(n < 0 ? 0 : n) + 1;
     std::vector<double> bestValue(size, 0.0);
     std::vector<std::vector<int>> bestStarts(size);
-    for (int k = 1; k <= n; ++k) {
-        std::vector<int> starts;
-        bestValue[static_cast<std::size_t>(k)] = optimizeIntraGroupVariation(k, starts);
-        bestStarts[static_cast<std::size_t>(k)] = starts;
-        if (progress) {
-            progress(k, n);
-        }
-    }
+    // The optimisations for different k share nothing (each has its own optimiser and its own seeded
+    // stream), so they run side by side, one per thread at a time, each on one thread; the choice of k
+    // below waits for all of them. Progress is reported in increasing k on the calling thread.
+    detail::forEachTaskReportingInOrder(
+        n,
+        [&](std::ptrdiff_t task) {
+            std::size_t const k = static_cast<std::size_t>(task) + 1;
+            bestValue[k] = optimizeIntraGroupVariation(static_cast<int>(k), bestStarts[k]);
+        },
+        [&](std::ptrdiff_t task) {
+            if (progress) {
+                progress(static_cast<int>(task) + 1, n);
+            }
+        });
     result = bestStarts[chooseNumberOfGroups(bestValue, bestStarts, [this](std::vector<int> const& starts) {
         return isAcceptableGrouping(starts);
     })];

@@ -1,9 +1,9 @@
 #include <Kestrel/CombinatorialCrossEntropyOptimization.h>
 
+#include "AdaptiveTeam.h"
 #include "CrossEntropySteps.h"
 #include "HamiltonianPathMCGenerator.h"
 #include "OptimiserInputChecks.h"
-#include "ParallelLoop.h"
 
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
@@ -110,9 +110,13 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     double lastMinimum = noResult;
     // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
     auto const draws = std::make_shared<UniformStream>(kSeed);
+    // Drawing and scoring a population take about the same time every iteration: the team is chosen by
+    // measuring them (the calling thread alone when a team does not pay on this machine right now).
+    detail::AdaptiveTeam team(detail::threadsForLoop());
 
     for (int iteration = 1;;) {
         HamiltonianPathMCGenerator generator(state.probabilities, draws);
+        generator.setTeam(&team);
         std::int64_t const entropy = detail::entropyCount(state.probabilities);
         detail::Population const population =
             detail::populationSize(parameters.sampleFactor, basePopulation,
@@ -131,13 +135,14 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
 
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
-        detail::parallelForStatic(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
+        team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
             std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
             if (sortSelections) {
                 std::sort(selection.begin(), selection.end());
             }
             scores[static_cast<std::size_t>(index)] = objective(selection);
         });
+        team.endRound();
         state.numberOfEvaluations += count;
 
         Tessel::StatisticalCalculator calculator(population.size);

@@ -1,7 +1,5 @@
 #include "HamiltonianPathMCGenerator.h"
 
-#include "ParallelLoop.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -67,6 +65,8 @@ class HamiltonianPathMCGenerator::Private {
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists);
 
+    detail::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
+
   private:
     // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into *selections[k].
     void drawBatch(double const* const* laneDraws, std::size_t pathLength,
@@ -120,29 +120,32 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     double const* const draws = stream_->draws(drawsUsed_, count * length);
     drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
-    std::vector<WalkScratch> scratch(static_cast<std::size_t>(detail::threadSlots()));
-    bool const parallel = count * length * width_ >= kParallelWork;
-    detail::parallelForStatic(
-        static_cast<std::ptrdiff_t>(batches),
-        [&](std::ptrdiff_t batch, int thread) {
-            WalkScratch& workerScratch = scratch[thread];
-            double const* laneDraws[kLanes];
-            std::vector<int>* selections[kLanes];
-            std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
-            for (std::size_t lane = 0; lane < kLanes; ++lane) {
-                std::size_t const i = first + lane;
-                if (i < count) {
-                    laneDraws[lane] = draws + i * length;
-                    selections[lane] = &paths[i];
-                } else {
-                    workerScratch.idleSelections.resize(kLanes);
-                    laneDraws[lane] = draws + first * length;
-                    selections[lane] = &workerScratch.idleSelections[lane];
-                }
+    bool const worthThreads = count * length * width_ >= kParallelWork;
+    int const threads = !worthThreads ? 1 : team != nullptr ? team->threads() : detail::threadsForLoop();
+    std::vector<WalkScratch> scratch(static_cast<std::size_t>(threads));
+    auto const drawOneBatch = [&](std::ptrdiff_t batch, int thread) {
+        WalkScratch& workerScratch = scratch[static_cast<std::size_t>(thread)];
+        double const* laneDraws[kLanes];
+        std::vector<int>* selections[kLanes];
+        std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            std::size_t const i = first + lane;
+            if (i < count) {
+                laneDraws[lane] = draws + i * length;
+                selections[lane] = &paths[i];
+            } else {
+                workerScratch.idleSelections.resize(kLanes);
+                laneDraws[lane] = draws + first * length;
+                selections[lane] = &workerScratch.idleSelections[lane];
             }
-            drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
-        },
-        parallel);
+        }
+        drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
+    };
+    if (worthThreads && team != nullptr) {
+        team->forEachIndex(static_cast<std::ptrdiff_t>(batches), drawOneBatch);
+    } else {
+        detail::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches), drawOneBatch);
+    }
 }
 
 void HamiltonianPathMCGenerator::Private::drawBatch(
@@ -216,6 +219,10 @@ HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<d
 HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
                                                        std::shared_ptr<UniformStream> stream)
     : d_(std::make_shared<Private>(matrix, std::move(stream))) {}
+
+void HamiltonianPathMCGenerator::setTeam(detail::AdaptiveTeam* team) {
+    d_->team = team;
+}
 
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                int pathLength) {

@@ -23,6 +23,7 @@
 // threads at once.
 #pragma once
 
+#include "AdaptiveTeam.h"
 #include "UniformStream.h"
 
 #include <memory>
@@ -46,6 +47,10 @@ class HamiltonianPathMCGenerator {
     // The same, but choosing node j also marks every node of exclusionLists[j] as taken.
     void generatePathsWithExclusions(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                                      std::vector<std::vector<int>> const& exclusionLists);
+
+    // Large populations of the following calls are drawn on `team` (which must outlive them) as part of
+    // its current round; until set, on the library's threads. The selections do not depend on it.
+    void setTeam(detail::AdaptiveTeam* team);
 
   private:
     class Private;

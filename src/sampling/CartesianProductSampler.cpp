@@ -8,8 +8,6 @@
 // Every step writes only its own slots, so the result does not depend on the thread count.
 #include <Kestrel/PopulationSampling.h>
 
-#include <omp.h>
-
 #include <boost/random/mersenne_twister.hpp>
 
 #include <cstddef>
@@ -19,7 +17,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "ParallelExceptions.h"
+#include "ParallelFor.h"
 #include "PopulationAssembly.h"
 #include "PositionDecoding.h"
 #include "UniformDraws.h"
@@ -70,17 +68,11 @@ std::vector<std::vector<std::uint32_t>> decodePositions(
     std::vector<std::vector<std::uint32_t>> const& positions, std::size_t pointCount) {
     std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
     std::vector<std::vector<std::uint32_t>> takenAt(positions.size());
-    sampling::ParallelExceptions errors;
-#pragma omp parallel for schedule(static) if (pointCount >= sampling::kLeastPointsForThreads)
-    for (std::ptrdiff_t k = 0; k < entryCount; ++k) {
-        try {
-            std::size_t const entry = static_cast<std::size_t>(k);
-            takenAt[entry] = sampling::stepsTakingOut(positions[entry]);
-        } catch (...) {
-            errors.capture(k);
-        }
-    }
-    errors.rethrowFirst();
+    detail::forEachIndex(detail::threadsFor(pointCount >= sampling::kLeastPointsForThreads), entryCount,
+                         [&](std::ptrdiff_t k, int) {
+                             std::size_t const entry = static_cast<std::size_t>(k);
+                             takenAt[entry] = sampling::stepsTakingOut(positions[entry]);
+                         });
     return takenAt;
 }
 

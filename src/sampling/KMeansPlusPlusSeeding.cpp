@@ -13,6 +13,7 @@
 #include <numeric>
 #include <random>
 
+#include "AdaptiveTeam.h"
 #include "UniformDraws.h"
 
 namespace Kestrel {
@@ -32,19 +33,26 @@ struct RemainingCandidates {
 // Each remaining candidate meets the newest centre, which replaces its nearest distance only when strictly
 // closer (the first centre sets it): the same comparisons as scanning all chosen centres in order.
 void updateNearestDistances(RemainingCandidates& remaining, std::size_t count, Point const& newest,
-                            bool first) {
+                            bool first, detail::AdaptiveTeam& team) {
     std::ptrdiff_t const n = static_cast<std::ptrdiff_t>(count);
     double const* x = remaining.x.data();
     double const* y = remaining.y.data();
     double* nearest = remaining.nearest.data();
-#pragma omp parallel for schedule(static) if (count >= kParallelThreshold)
-    for (std::ptrdiff_t i = 0; i < n; ++i) {
-        double const dx = x[i] - newest.first;
-        double const dy = y[i] - newest.second;
-        double const distance = dx * dx + dy * dy;
-        if (first || distance < nearest[i]) {
-            nearest[i] = distance;
+    auto const update = [&](std::ptrdiff_t begin, std::ptrdiff_t end, int) {
+        for (std::ptrdiff_t i = begin; i < end; ++i) {
+            double const dx = x[i] - newest.first;
+            double const dy = y[i] - newest.second;
+            double const distance = dx * dx + dy * dy;
+            if (first || distance < nearest[i]) {
+                nearest[i] = distance;
+            }
         }
+    };
+    if (count >= kParallelThreshold) {
+        team.forEachBlock(n, update);
+        team.endRound();
+    } else {
+        detail::forEachBlock(1, n, update);
     }
 }
 
@@ -65,11 +73,12 @@ std::vector<Point> seedKMeansPlusPlus(std::vector<Point> const& candidates, int 
     std::minstd_rand engine(kSeedState);
 
     std::vector<Point> centres;
+    detail::AdaptiveTeam team(detail::threadsForLoop());  // one distance update per centre, rounds alike
     std::size_t const wanted = k > 0 ? static_cast<std::size_t>(k) : 0;
     while (centres.size() < wanted && count > 0) {
         double sum = 0.0;
         if (!centres.empty()) {
-            updateNearestDistances(live, count, centres.back(), centres.size() == 1);
+            updateNearestDistances(live, count, centres.back(), centres.size() == 1, team);
             for (std::size_t i = 0; i < count; ++i) {
                 sum += live.nearest[i];
             }

@@ -13,7 +13,7 @@ namespace sampling {
 using Point = DomainSampler2D::Point;
 
 // The chosen centres in the order of choice (fewer than k when there are fewer than k candidates).
-// The distance update runs as an OpenMP loop (static schedule) while at least 1024 candidates remain;
+// The distance update runs as an OpenMP loop while at least 1024 candidates remain;
 // the result does not depend on the number of threads.
 std::vector<Point> seedKMeansPlusPlus(std::vector<Point> const& candidates, int k);
 

@@ -9,6 +9,7 @@
 // centres in order).
 #include "LloydIterations.h"
 
+#include "AdaptiveTeam.h"
 #include "CentresByX.h"
 
 #include <algorithm>
@@ -53,7 +54,11 @@ class BoundedAssignment {
           upper_(candidates.size(), 0.0),
           lower_(candidates.size(), 0.0),
           halfGap_(centreCount, 0.0),
-          drift_(centreCount, 0.0) {
+          drift_(centreCount, 0.0),
+          candidateTeam_(
+              detail::threadsFor(static_cast<std::ptrdiff_t>(candidates.size()) >= kParallelThreshold)),
+          centreTeam_(
+              detail::threadsFor(static_cast<std::ptrdiff_t>(centreCount) >= kLeastCentresForThreads)) {
         double const scale = safeScale(candidates);
         useBounds_ = scale > 0.0;
         slack_ = kSlackPerScale * scale;
@@ -67,10 +72,9 @@ class BoundedAssignment {
             byX_.assign(centres);
         }
         std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(candidates_.size());
-#pragma omp parallel for schedule(static) if (count >= kParallelThreshold)
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-            scanAll(static_cast<std::size_t>(i), centres);
-        }
+        candidateTeam_.forEachIndex(
+            count, [&](std::ptrdiff_t i, int) { scanAll(static_cast<std::size_t>(i), centres); });
+        candidateTeam_.endRound();
     }
 
     // Assigns every candidate after the centres moved from `before` to `centres`.
@@ -81,10 +85,9 @@ class BoundedAssignment {
         }
         prepareMoves(before, centres);
         std::ptrdiff_t const count = static_cast<std::ptrdiff_t>(candidates_.size());
-#pragma omp parallel for schedule(static) if (count >= kParallelThreshold)
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-            reassignOne(static_cast<std::size_t>(i), centres);
-        }
+        candidateTeam_.forEachIndex(
+            count, [&](std::ptrdiff_t i, int) { reassignOne(static_cast<std::size_t>(i), centres); });
+        candidateTeam_.endRound();
     }
 
   private:
@@ -152,15 +155,15 @@ class BoundedAssignment {
         }
         byX_.assign(centres);
         std::ptrdiff_t const centreCount = static_cast<std::ptrdiff_t>(k);
-#pragma omp parallel for schedule(static) if (centreCount >= kLeastCentresForThreads)
-        for (std::ptrdiff_t c = 0; c < centreCount; ++c) {
-            // The centre itself (or a coinciding one) is the nearest; the second is its nearest other.
+        // The centre itself (or a coinciding one) is the nearest; the second is its nearest other.
+        centreTeam_.forEachIndex(centreCount, [&](std::ptrdiff_t c, int) {
             int nearest = 0;
             double itself = 0.0;
             double nearestOther = 0.0;
             byX_.nearestTwo(centres[static_cast<std::size_t>(c)], nearest, itself, nearestOther);
             halfGap_[static_cast<std::size_t>(c)] = 0.5 * std::sqrt(nearestOther) - slack_;
-        }
+        });
+        centreTeam_.endRound();
     }
 
     std::vector<Point> const& candidates_;
@@ -173,6 +176,8 @@ class BoundedAssignment {
     double fastestDrift_ = 0.0;
     double secondFastestDrift_ = 0.0;
     std::size_t fastestCentre_ = 0;
+    detail::AdaptiveTeam candidateTeam_;  // for the passes over all candidates, one or two per iteration
+    detail::AdaptiveTeam centreTeam_;     // for the centre gaps, once per iteration
     double slack_ = 0.0;
     bool useBounds_ = false;
 };

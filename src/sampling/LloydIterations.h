@@ -8,7 +8,7 @@
 // distances, but only when the bounds separate the two by a margin far above every rounding error, so the
 // assignment is always exactly the one the full comparison of squared distances gives. Candidates whose
 // coordinates are not finite or lie outside 1e-100 ... 1e100 in magnitude make every iteration compare
-// all distances in centre order. The assignment runs as an OpenMP loop over candidates (static schedule);
+// all distances in centre order. The assignment runs as an OpenMP loop over candidates;
 // each iteration writes only its own candidate's entries, so the result does not depend on the number of
 // threads.
 #pragma once

@@ -5,11 +5,9 @@
 // directly. Both give the same coordinates in the same order.
 #include "PopulationAssembly.h"
 
-#include <omp.h>
-
 #include <cstddef>
 
-#include "ParallelExceptions.h"
+#include "ParallelFor.h"
 
 namespace Kestrel {
 namespace sampling {
@@ -34,10 +32,8 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
     }
     std::vector<double> table(count * pointLength);
     std::ptrdiff_t const entries = static_cast<std::ptrdiff_t>(named.size());
-    ParallelExceptions errors;
-#pragma omp parallel for schedule(static) if (count >= kLeastPointsForThreads)
-    for (std::ptrdiff_t k = 0; k < entries; ++k) {
-        try {
+    detail::forEachIndex(
+        detail::threadsFor(count >= kLeastPointsForThreads), entries, [&](std::ptrdiff_t k, int) {
             std::size_t const entry = static_cast<std::size_t>(k);
             Candidates const& factor = *named[entry];
             std::vector<std::uint32_t> const& pointOf = takenAt[entry];
@@ -47,11 +43,7 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
                     *target++ = value;
                 }
             }
-        } catch (...) {
-            errors.capture(k);
-        }
-    }
-    errors.rethrowFirst();
+        });
     return table;
 }
 
@@ -83,28 +75,22 @@ void assemblePoints(std::vector<Candidates const*> const& named,
     std::vector<std::vector<std::uint32_t>> const chosen =
         oneLength ? std::vector<std::vector<std::uint32_t>>() : chosenCandidates(takenAt);
     std::ptrdiff_t const pointCount = static_cast<std::ptrdiff_t>(count);
-    ParallelExceptions errors;
-#pragma omp parallel for schedule(static) if (count >= kLeastPointsForThreads)
-    for (std::ptrdiff_t p = 0; p < pointCount; ++p) {
-        try {
+    detail::forEachIndex(
+        detail::threadsFor(count >= kLeastPointsForThreads), pointCount, [&](std::ptrdiff_t p, int) {
             std::size_t const i = static_cast<std::size_t>(p);
             std::vector<double>& point = points[i];
             point.reserve(pointLength);
             if (oneLength) {
                 point.insert(point.end(), table.begin() + static_cast<std::ptrdiff_t>(i * pointLength),
                              table.begin() + static_cast<std::ptrdiff_t>((i + 1) * pointLength));
-                continue;
+                return;
             }
             for (std::size_t k = 0; k < named.size(); ++k) {
                 for (double const value : (*named[k])[chosen[k][i]]) {
                     point.push_back(value);
                 }
             }
-        } catch (...) {
-            errors.capture(p);
-        }
-    }
-    errors.rethrowFirst();
+        });
 }
 
 }  // namespace sampling

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using ktx::testing::fileExists;
 using ktx::testing::folderEntries;
 using ktx::testing::KtxRun;
@@ -109,6 +111,38 @@ std::vector<BrokenInput> const kBrokenInputs{
      "field 'settings.stepsPerSample': must be between 1 and 1000"},
     {"SeedOutOfRange", "anneal", R"({"function": "sphere", "seed": 99999999999})",
      "field 'seed': integer out of range"},
+    {"StepUnderflowsInANarrowBox", "anneal",
+     R"({"function": "sphere", "dimension": 1, "box": [[0, 5e-324]]})",
+     "field 'box[0]': width 5e-324 is too narrow to step in"},
+    // The integrator's no-progress guard or the tool's bound on gradient evaluations stops it.
+    {"BouncingBetweenTheWallsIsBadSettings", "anneal",
+     R"({"function": "sphere", "settings": {"stepFraction": 0.5}})", "field 'settings': the "},
+    {"TotalCostOverflows", "assign", "1e308,1e308\n1e308,1e308\n",
+     "result 'cost' is inf: the input's numbers are too large"},
+    {"InterpolatedValueOverflows", "masters",
+     R"({"lengths": [1, 1, 1], "ranges": [[-1e308, 1e308], [0, 1], [0, 1]], "masterIndices": [0, 2],
+         "masterValues": [1e308, -1e308]})",
+     "result 'values[0]' is nan"},
+    {"TotalLengthOverflows", "group", R"({"values": [1, 1], "lengths": [1e308, 1e308]})",
+     "field 'lengths': the sum is inf in double precision"},
+    {"MasterLineLengthOverflows", "masters",
+     R"({"lengths": [1e308, 1e308], "ranges": [[0, 1], [0, 1]], "masters": 1})",
+     "field 'lengths': the sum is inf in double precision"},
+    {"ValueRangeOverflows", "group", R"({"values": [-1e308, 1e308], "lengths": [1, 1]})",
+     "field 'values': the numbers are too far apart"},
+    {"HugeSquare", "sample2d",
+     R"({"outer": [[-1e308, -1e308], [1e308, -1e308], [1e308, 1e308], [-1e308, 1e308]], "n": 3})",
+     "field 'outer[0]': coordinates beyond 1e+150 in magnitude overflow"},
+    {"TinySquare", "sample2d", R"({"outer": [[0, 0], [1e-300, 0], [1e-300, 1e-300], [0, 1e-300]], "n": 3})",
+     "field 'outer': the polygon spans only 1e-300 x 1e-300"},
+    {"LongCsvCellIsCut", "assign", "\"" + std::string(100000, 'a') + "\",1\n",
+     "1:1: '" + std::string(60, 'a') + "... (100000 bytes)' is not a number"},
+    {"LongFieldNameIsCut", "group",
+     R"({"values": [1], "lengths": [1], ")" + std::string(100000, 'k') + R"(": 1})",
+     "field '" + std::string(60, 'k') + "... (100000 bytes)': unknown field"},
+    {"LongMeasureIsCut", "group",
+     R"({"values": [1], "lengths": [1], "measure": ")" + std::string(5000, 'm') + R"("})",
+     "got \"" + std::string(60, 'm') + "... (5000 bytes)\""},
 };
 
 class KtxBrokenInput : public ::testing::TestWithParam<BrokenInput> {};
@@ -130,6 +164,72 @@ TEST_P(KtxBrokenInput, ExitsWithStatusTwoAndOneLineNamingTheProblemWithoutOutput
 
 INSTANTIATE_TEST_SUITE_P(Inputs, KtxBrokenInput, ::testing::ValuesIn(kBrokenInputs),
                          [](auto const& info) { return info.param.name; });
+
+TEST(KtxBrokenInput, QuotedInputIsCutSoTheMessageStaysShort) {
+    KtxRun const run = runKtx({"assign", "-"}, "1,\"" + std::string(1000000, '7') + "x\"\n");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("... (1000001 bytes)' is not a number"));
+    EXPECT_LT(run.err.size(), 200u) << run.err.substr(0, 300);
+}
+
+TEST(KtxBrokenInput, AnOutlineWithTooManyEdgesIsRefusedBeforeItsQuadraticCheck) {
+    std::string ring;
+    int const vertices = 10001;
+    for (int i = 0; i < vertices; ++i) {
+        double const angle = 6.283185307179586 * i / vertices;
+        ring += (i > 0 ? "," : "") + std::string("[") + std::to_string(std::cos(angle)) + "," +
+                std::to_string(std::sin(angle)) + "]";
+    }
+    KtxRun const run = runKtx({"sample2d", "-"}, R"({"n": 3, "outer": [)" + ring + "]}");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("field 'outer': the outline has 10001 edges in all, more than 10000"));
+}
+
+namespace {
+
+// A closed line of `segments` unit segments asking for `masters` masters.
+std::string lineOfSegments(int segments, int masters) {
+    std::string lengths;
+    std::string ranges;
+    for (int i = 0; i < segments; ++i) {
+        lengths += i > 0 ? ", 1" : "1";
+        ranges += i > 0 ? ", [0, 1]" : "[0, 1]";
+    }
+    return R"({"closed": true, "lengths": [)" + lengths + R"(], "ranges": [)" + ranges + R"(], "masters": )" +
+           std::to_string(masters) + "}";
+}
+
+}  // namespace
+
+TEST(KtxBrokenInput, AMasterSearchBeyondTheMemoryLimitIsRefusedWithItsSize) {
+    KtxRun const line = runKtx({"masters", "-"}, lineOfSegments(2000, 4));
+    EXPECT_EQ(line.status, 2);
+    EXPECT_THAT(line.err,
+                HasSubstr("field 'masters': searching 4 masters among 2000 segments needs about 2443 "
+                          "MiB of memory, more than the limit of 2048 MiB"));
+    KtxRun const manyMasters = runKtx({"masters", "-"}, lineOfSegments(5000, 2000));
+    EXPECT_EQ(manyMasters.status, 2);
+    EXPECT_THAT(manyMasters.err, HasSubstr("searching 2000 masters among 5000 segments needs about"));
+}
+
+TEST(KtxBadFiles, EndlessInputStopsAtTheSizeLimit) {
+    KtxRun const byDefault = runKtx({"group", "/dev/zero"});
+    EXPECT_EQ(byDefault.status, 2);
+    EXPECT_EQ(
+        byDefault.err,
+        "ktx group: input '/dev/zero' is larger than 256 MiB, the limit; raise it with --max-input-mib\n");
+    KtxRun const lowered = runKtx({"lhs", "-", "--max-input-mib", "1"}, std::string(2 << 20, ' '));
+    EXPECT_EQ(lowered.status, 2);
+    EXPECT_THAT(lowered.err, HasSubstr("input '<stdin>' is larger than 1 MiB, the limit"));
+}
+
+TEST(KtxBadFiles, RaisingTheSizeLimitAdmitsALargerInput) {
+    std::string const padded = R"({"values": [1, 2], "lengths": [1, 1]})" + std::string(3 << 19, ' ');
+    EXPECT_EQ(runKtx({"group", "-", "--max-input-mib", "1"}, padded).status, 2);
+    KtxRun const raised = runKtx({"group", "-", "--max-input-mib", "2"}, padded);
+    EXPECT_EQ(raised.status, 0) << raised.err;
+    EXPECT_THAT(raised.out, HasSubstr("\"groupStarts\""));
+}
 
 TEST(KtxBadFiles, UnreadableInputFileIsNamed) {
     KtxRun const run = runKtx({"group", "/nonexistent/line.json"});

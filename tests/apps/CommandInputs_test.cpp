@@ -223,6 +223,30 @@ TEST(AnnealInput, WorkBoundCountsEveryChainAndItsRefinement) {
     EXPECT_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1, 1, 5000000), ktx::InputError);
 }
 
+TEST(AnnealInput, GradientBudgetStopsAfterItsLimit) {
+    ktx::GradientBudget budget(3);
+    EXPECT_NO_THROW(budget.spendOne());
+    EXPECT_NO_THROW(budget.spendOne());
+    EXPECT_NO_THROW(budget.spendOne());
+    try {
+        budget.spendOne();
+        FAIL() << "a fourth evaluation was allowed";
+    } catch (ktx::InputError const& error) {
+        EXPECT_THAT(error.what(),
+                    StartsWith("field 'settings': the run needs more than 3 gradient evaluations"));
+    }
+}
+
+TEST(AnnealInput, ABoxTooNarrowToStepInIsNamed) {
+    EXPECT_NO_THROW(ktx::requireSteppableBox({{0, 1}, {0, 1e-300}}, 0.008));
+    try {
+        ktx::requireSteppableBox({{0, 1}, {0, 5e-324}}, 0.008);
+        FAIL() << "a box of width 5e-324 was accepted";
+    } catch (ktx::InputError const& error) {
+        EXPECT_THAT(error.what(), StartsWith("field 'box[1]': width 5e-324 is too narrow to step in"));
+    }
+}
+
 TEST(AnnealInput, SettingsOutsideTheirRangesAreNamed) {
     EXPECT_THAT(
         messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"coolingFactor": 1}})"),

@@ -72,3 +72,12 @@ TEST(Csv, FormattedNumbersReadBackExactly) {
     EXPECT_EQ(ktx::formatNumber(0.1), "0.1");
     EXPECT_EQ(ktx::formatCsvRow({1, 0.5, -2}), "1,0.5,-2");
 }
+
+TEST(InputExcerpt, ShortTextStaysWholeLongTextIsCutWithItsSize) {
+    EXPECT_EQ(ktx::excerpt("abc"), "abc");
+    EXPECT_EQ(ktx::excerpt(std::string(60, 'x')), std::string(60, 'x'));
+    EXPECT_EQ(ktx::excerpt(std::string(61, 'x')), std::string(60, 'x') + "... (61 bytes)");
+    // A two-byte character across the cut is left out whole.
+    std::string const accented = std::string(59, 'x') + "\xc3\xa9" + "yz";
+    EXPECT_EQ(ktx::excerpt(accented), std::string(59, 'x') + "... (63 bytes)");
+}

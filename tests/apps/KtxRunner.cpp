@@ -64,21 +64,36 @@ ScratchFolder::~ScratchFolder() {
     std::system(("rm -rf " + quoted(path_)).c_str());
 }
 
-KtxRun runKtx(std::vector<std::string> const& arguments, std::string const& standardInput) {
-    ScratchFolder const io;
+namespace {
+
+// Runs ktx with standard output redirected by `outputRedirection` (a shell redirection such as
+// "> file"); standard output is captured only when it went to io/out.
+KtxRun runRedirected(std::vector<std::string> const& arguments, std::string const& standardInput,
+                     ScratchFolder const& io, std::string const& outputRedirection) {
     writeFile(io.path("in"), standardInput);
     std::string command = quoted(KTX_BINARY);
     for (std::string const& argument : arguments) {
         command += " " + quoted(argument);
     }
-    command +=
-        " < " + quoted(io.path("in")) + " > " + quoted(io.path("out")) + " 2> " + quoted(io.path("err"));
+    command += " < " + quoted(io.path("in")) + " " + outputRedirection + " 2> " + quoted(io.path("err"));
     int const raw = std::system(command.c_str());
     KtxRun run;
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
     run.out = readFile(io.path("out"));
     run.err = readFile(io.path("err"));
     return run;
+}
+
+}  // namespace
+
+KtxRun runKtx(std::vector<std::string> const& arguments, std::string const& standardInput) {
+    ScratchFolder const io;
+    return runRedirected(arguments, standardInput, io, "> " + quoted(io.path("out")));
+}
+
+KtxRun runKtxWithOutput(std::vector<std::string> const& arguments, std::string const& outputRedirection) {
+    ScratchFolder const io;
+    return runRedirected(arguments, {}, io, outputRedirection);
 }
 
 std::string examplePath(std::string const& name) {

@@ -16,6 +16,10 @@ struct KtxRun {
 // `arguments` are passed to ktx as they are (each quoted for the shell).
 KtxRun runKtx(std::vector<std::string> const& arguments, std::string const& standardInput = {});
 
+// As runKtx with empty standard input, but standard output redirected by the shell redirection
+// `outputRedirection` (">/dev/full", ">&-"); `out` stays empty.
+KtxRun runKtxWithOutput(std::vector<std::string> const& arguments, std::string const& outputRedirection);
+
 std::string examplePath(std::string const& name);
 std::string readFile(std::string const& path);
 void writeFile(std::string const& path, std::string const& content);

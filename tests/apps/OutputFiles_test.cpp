@@ -6,6 +6,8 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -97,4 +99,43 @@ TEST_F(OutputFilesTest, NewFilesGetTheUsualPermissions) {
     struct stat status {};
     ASSERT_EQ(::stat(path("a.json").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0644u);
+}
+
+TEST_F(OutputFilesTest, TheSameDestinationNamedTwiceIsRefusedAndNothingIsWritten) {
+    ktx::OutputFiles outputs;
+    outputs.add(path("a.json"), "{}\n");
+    outputs.add(folder_ + "/./a.json", "<svg/>\n");
+    try {
+        outputs.commit();
+        FAIL() << "the same file was accepted twice";
+    } catch (ktx::InputError const& error) {
+        EXPECT_THAT(error.what(), HasSubstr("is named twice"));
+    }
+    EXPECT_TRUE(entries().empty());
+}
+
+TEST_F(OutputFilesTest, SameDestinationResolvesLinksAndFolders) {
+    std::ofstream(path("target.json")) << "x\n";
+    ASSERT_EQ(::symlink("target.json", path("link.json").c_str()), 0);
+    EXPECT_TRUE(ktx::OutputFiles::sameDestination(path("link.json"), path("target.json")));
+    EXPECT_TRUE(ktx::OutputFiles::sameDestination(
+        path("new.json"), folder_ + "/../" + folder_.substr(folder_.rfind('/') + 1) + "/new.json"));
+    EXPECT_FALSE(ktx::OutputFiles::sameDestination(path("new.json"), path("other.json")));
+    EXPECT_TRUE(ktx::OutputFiles::sameDestination("-", "-"));
+    EXPECT_FALSE(ktx::OutputFiles::sameDestination("-", path("new.json")));
+}
+
+TEST_F(OutputFilesTest, ALinkIsFollowedAndALinkToNothingRefused) {
+    std::ofstream(path("target.json")) << "old\n";
+    ASSERT_EQ(::symlink("target.json", path("link.json").c_str()), 0);
+    ASSERT_EQ(::symlink("missing.json", path("dangling.json").c_str()), 0);
+    ktx::OutputFiles outputs;
+    outputs.add(path("link.json"), "new\n");
+    outputs.commit();
+    EXPECT_EQ(read(path("target.json")), "new\n");
+    struct stat status {};
+    ASSERT_EQ(::lstat(path("link.json").c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode));
+    EXPECT_THROW(ktx::OutputFiles::checkWritable(path("dangling.json")), ktx::InputError);
+    EXPECT_EQ(entries(), (std::vector<std::string>{"dangling.json", "link.json", "target.json"}));
 }

@@ -1,6 +1,8 @@
 // The choice of the grouping: one optimisation per number of groups, the gain walk and the widening rule.
 #include "SegmentGrouperTestAccess.h"
+#include "common/ThreadCount.h"
 
+#include <Kestrel/InformationTheory.h>
 #include <Kestrel/SegmentGrouper.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -20,17 +23,7 @@ namespace {
 using Kestrel::SegmentGrouper;
 using Access = Kestrel::SegmentGrouperTestAccess;
 
-// Restores the number of OpenMP threads when a test ends.
-class ThreadCount {
-  public:
-    explicit ThreadCount(int count) : previous_(omp_get_max_threads()) { omp_set_num_threads(count); }
-    ~ThreadCount() { omp_set_num_threads(previous_); }
-    ThreadCount(ThreadCount const&) = delete;
-    ThreadCount& operator=(ThreadCount const&) = delete;
-
-  private:
-    int previous_;
-};
+using Kestrel::test::ThreadCount;
 
 // What the optimisations found for every number of groups.
 struct Optimised {
@@ -225,6 +218,7 @@ TEST(ComputeGroups, ChoiceFollowsGainWalkAndWideningOverTheOptimisedGroupings) {
     std::mt19937 engine(1234);
     int widenedCases = 0;
     for (int trial = 0; trial < 12; ++trial) {
+        ThreadCount const threads(1 + trial % 2);
         int const n = 3 + trial % 6;
         bool const closed = trial % 2 == 0;
         auto const measure = trial % 4 < 2 ? SegmentGrouper::MinMax : SegmentGrouper::Variance;
@@ -283,6 +277,76 @@ TEST(ComputeGroups, ProgressReportsEveryNumberOfGroupsInOrderWithoutChangingTheR
     std::vector<int> emptyHook;
     grouper.computeGroups(emptyHook, boost::function<void(int, int)>());
     EXPECT_EQ(emptyHook, plain);
+}
+
+TEST(ComputeGroups, ProgressComesFromTheCallingThreadInIncreasingOrderOnTwoThreads) {
+    ThreadCount const threads(2);
+    std::mt19937 engine(5);
+    auto const line = plateauLine(engine, 12);
+    SegmentGrouper const grouper(line.first, line.second, true, SegmentGrouper::Variance);
+    std::thread::id const caller = std::this_thread::get_id();
+    std::vector<int> tried;
+    bool elsewhere = false;
+    std::vector<int> result;
+    grouper.computeGroups(result, [&](int k, int segments) {
+        elsewhere = elsewhere || std::this_thread::get_id() != caller || segments != 12;
+        tried.push_back(k);
+    });
+    EXPECT_EQ(tried, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+    EXPECT_FALSE(elsewhere);
+}
+
+TEST(ComputeGroups, ThreadLimitLeavesEveryResultUnchanged) {
+    ThreadCount const threads(2);
+    std::mt19937 engine(17);
+    for (int trial = 0; trial < 6; ++trial) {
+        auto const line = plateauLine(engine, 6 + trial);
+        SegmentGrouper const grouper(line.first, line.second, trial % 2 == 0,
+                                     trial % 3 == 0 ? SegmentGrouper::MinMax : SegmentGrouper::Variance);
+        std::vector<int> twoThreads;
+        grouper.computeGroups(twoThreads);
+        Kestrel::setMaxNumberOfThreads(1);
+        std::vector<int> oneThread;
+        grouper.computeGroups(oneThread);
+        Kestrel::setMaxNumberOfThreads(0);
+        EXPECT_EQ(oneThread, twoThreads) << trial;
+    }
+}
+
+TEST(ComputeGroups, CallsFromInsideTheHostsOwnParallelRegionGiveTheSameResults) {
+    ThreadCount const threads(2);
+    std::mt19937 engine(23);
+    auto const first = plateauLine(engine, 11);
+    auto const second = plateauLine(engine, 9);
+    SegmentGrouper const groupers[2] = {
+        SegmentGrouper(first.first, first.second, true, SegmentGrouper::MinMax),
+        SegmentGrouper(second.first, second.second, false, SegmentGrouper::Variance)};
+    std::vector<int> expected[2];
+    groupers[0].computeGroups(expected[0]);
+    groupers[1].computeGroups(expected[1]);
+
+    // Two host threads each call the library at once, once on different groupers and once on the same.
+    for (bool const same : {false, true}) {
+        std::vector<int> results[2];
+        std::vector<int> progressThread[2];
+        int teamSize = 0;
+#pragma omp parallel num_threads(2)
+        {
+            int const host = omp_get_thread_num();
+            SegmentGrouper const& grouper = groupers[same ? 0 : host];
+            grouper.computeGroups(results[host], [&progressThread, host](int, int) {
+                progressThread[host].push_back(omp_get_thread_num());
+            });
+#pragma omp single
+            teamSize = omp_get_num_threads();
+        }
+        for (int host = 0; host < teamSize; ++host) {
+            EXPECT_EQ(results[host], expected[same ? 0 : host]) << same << " " << host;
+            // Progress stays on the host thread that called, which is still in the host's team.
+            EXPECT_EQ(progressThread[host], std::vector<int>(progressThread[host].size(), host));
+            EXPECT_FALSE(progressThread[host].empty());
+        }
+    }
 }
 
 TEST(ComputeGroups, ProgressExceptionReachesTheCallerAndLeavesTheResult) {

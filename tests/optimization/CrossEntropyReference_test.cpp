@@ -1,5 +1,6 @@
 // The library's optimiser and generator against their reference implementation, bit for bit, on seeded random
 // matrices, objectives, pre-groups and parameters, with 1 and 2 threads.
+#include "AdaptiveTeam.h"
 #include "HamiltonianPathMCGenerator.h"
 #include "ReferenceCrossEntropy.h"
 #include "TestProblems.h"
@@ -9,7 +10,11 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -177,5 +182,64 @@ TEST_P(ThreadCount, OptimizeOnWiderMatricesMatchesReference) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OneAndTwoThreads, ThreadCount, ::testing::Values(1, 2));
+
+// The optimiser's iterations move between a team and the calling thread alone while it runs (a helper
+// that sleeps makes a team round look unpaid; a team is tried again after 10 rounds): the result stays
+// the reference's, bit for bit.
+TEST(CrossEntropyReference, OptimizeMatchesReferenceWhileTheTeamComesAndGoes) {
+    omp_set_num_threads(2);
+    while (Kestrel::detail::teamRecentlyUnpaid()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    std::mt19937 random(11);
+    int const rows = 16;
+    std::vector<std::vector<double>> const matrix(rows, std::vector<double>(rows - 1, 1.0 / (rows - 1)));
+    int const pathLength = 5;
+    auto const table = OptimizationTests::randomObjective(random, rows, pathLength);
+    std::atomic<int> helperCalls{0};
+    std::atomic<std::int64_t> lastSleep{0};
+    CombinatorialCrossEntropyOptimization::Objective const objective =
+        [&](std::vector<int> const& selection) {
+            // Work enough for a round to be worth retrying on a team.
+            volatile double sink = 0.0;
+            for (int i = 0; i < 4000; ++i) {
+                sink = sink + 1.0;
+            }
+            if (omp_get_thread_num() != 0) {
+                ++helperCalls;
+                std::int64_t const now = std::chrono::steady_clock::now().time_since_epoch().count();
+                std::int64_t last = lastSleep.load();
+                if (now - last > 20000000 && lastSleep.compare_exchange_strong(last, now)) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                }
+            }
+            return table(selection);
+        };
+    ReferenceCrossEntropy::State state;
+    state.probabilities = matrix;
+    state.objective = &objective;
+    state.ordered = false;
+    state.pathLength = pathLength;
+    ReferenceCrossEntropy::Parameters const referenceParameters{0.1, 0.05, 5.0, 30, false, 30, 0};
+    std::vector<int> expected;
+    double const expectedValue =
+        ReferenceCrossEntropy::optimize(state, referenceParameters, expected, nullptr, 0);
+
+    CombinatorialCrossEntropyOptimization optimiser(pathLength, matrix, objective, false);
+    CombinatorialCrossEntropyOptimization::Parameters const parameters{
+        0.1, 0.05, 5.0, 30, false, 30, CombinatorialCrossEntropyOptimization::StaticPopulation};
+    std::vector<int> actual;
+    helperCalls = 0;
+    double const actualValue = optimiser.optimize(parameters, actual, nullptr, 0);
+    omp_set_num_threads(1);
+    if (helperCalls == 0) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_TRUE(sameBits(expectedValue, actualValue));
+    EXPECT_EQ(expected, actual);
+    EXPECT_EQ(state.numberOfEvaluations, optimiser.getNumberOfEvaluations());
+    // More than eleven iterations: rounds alone followed the first team round, then a team again.
+    EXPECT_GT(optimiser.getNumberOfEvaluations(), 11u * 16u * 15u * 5u);
+}
 
 }  // namespace

@@ -148,3 +148,21 @@ def test_missing_overrides_and_bad_results_are_reported():
         wrong.interpolate([0, 2], [0.1, 0.2])
     with pytest.raises(RuntimeError):
         wrong.evaluate_master_choice([0, 2])
+
+
+def test_search_precondition_stops_the_search_before_any_score():
+    line, model, toy = toy_from("masters.json")
+    python = Delegating(toy, line["ranges"], sum)
+
+    def refuse():
+        raise ValueError("this line cannot be ranked")
+
+    python.set_search_precondition(refuse)
+    with pytest.raises(ValueError, match="this line cannot be ranked"):
+        python.calculate_optimal_master_indices(3)
+    assert python.scored == 0
+    assert python.calculate_optimal_master_indices(1).tolist() == [0], "one master needs no search"
+    python.set_search_precondition(None)
+    assert len(python.calculate_optimal_master_indices(3)) == 3
+    with pytest.raises(TypeError, match="Python subclasses only"):
+        toy.set_search_precondition(None)

@@ -4,6 +4,7 @@
 #include "input/AnnealInput.h"
 #include "input/HelpExamples.h"
 #include "input/JsonInput.h"
+#include "output/NumberFormat.h"
 
 #include <Kestrel/ReadyComponents4HSA.h>
 
@@ -16,7 +17,7 @@ namespace ktx {
 namespace {
 
 struct AnnealOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 
@@ -32,7 +33,8 @@ std::string namesList() {
 Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
     std::vector<std::string> const names = Kestrel::getTestFunctionNames4HSA();
     if (std::find(names.begin(), names.end(), input.function) == names.end()) {
-        failField("function", "unknown test function \"" + input.function + "\"; known: " + namesList());
+        failField("function",
+                  "unknown test function \"" + excerpt(input.function) + "\"; known: " + namesList());
     }
     try {
         return Kestrel::makeTestFunction4HSA(input.function, input.dimension);
@@ -43,7 +45,7 @@ Kestrel::TestFunction4HSA functionFor(AnnealInput const& input) {
 
 void runAnneal(AnnealOptions const& options) {
     options.output.checkWritable();
-    TextInput const text = readTextInput(options.input);
+    TextInput const text = readInput(options.input);
     AnnealInput input;
     Kestrel::TestFunction4HSA function;
     try {
@@ -65,12 +67,32 @@ void runAnneal(AnnealOptions const& options) {
     try {
         requireBoundedAnnealWork(settings.coolingFactor, settings.finalTemperatureRatio,
                                  settings.stepsPerSample, settings.chains, settings.refinementCalls);
+        requireSteppableBox(box, settings.stepFraction);
     } catch (InputError const& error) {
         throw InputError(withSource(text.source, error.what()));
     }
 
-    Kestrel::AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(
-        function.objective, function.gradient, box, static_cast<std::uint32_t>(input.seed), settings);
+    GradientBudget budget;
+    Kestrel::Gradient4HSA const countedGradient = [&](std::vector<double> const& x, std::vector<double>& g) {
+        budget.spendOne();
+        function.gradient(x, g);
+    };
+    Kestrel::AnnealingResult4HSA found;
+    try {
+        found = Kestrel::annealInBox4HSA(function.objective, countedGradient, box,
+                                         static_cast<std::uint32_t>(input.seed), settings);
+    } catch (InputError const& error) {
+        throw InputError(withSource(text.source, error.what()));
+    } catch (std::runtime_error const& error) {
+        // The integrator's own guard: a block of steps that advanced (almost) no time.
+        if (std::string(error.what()).find("the integration makes no progress") == std::string::npos) {
+            throw;
+        }
+        throw InputError(withSource(text.source,
+                                    "field 'settings': the integration makes no progress: its steps "
+                                    "are cut short at the box's walls without advancing; lower "
+                                    "stepFraction"));
+    }
 
     nlohmann::ordered_json boxJson = nlohmann::ordered_json::array();
     for (auto const& [lower, upper] : box) {
@@ -104,7 +126,9 @@ Command addAnnealCommand(CLI::App& tool) {
         "function's usual "
         "box), \"seed\": default 1, \"settings\": {\"warmUpPoints\", \"stepFraction\", \"stepsPerSample\" "
         "(up to 1000), \"coolingFactor\", \"finalTemperatureRatio\", \"chains\", \"freshStartInterval\", "
-        "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}.\n"
+        "\"refinementCalls\"} each optional, at most 5e6 leapfrog steps and refinement calls in all}; the "
+        "run "
+        "stops with an error after 1e7 gradient evaluations (steps cut short at the box's walls count too).\n"
         "Output: JSON with bestPosition, bestValue, the known minima and the evaluation counts.");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);

@@ -21,7 +21,7 @@ namespace ktx {
 namespace {
 
 struct AssignOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     bool maximize = false;
 };

@@ -14,7 +14,7 @@ namespace ktx {
 namespace {
 
 struct CurvatureOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 

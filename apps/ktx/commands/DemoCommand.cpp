@@ -17,7 +17,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <numeric>
 #include <sstream>
@@ -139,7 +138,7 @@ void runDemo(DemoOptions const& options) {
     outputs.commit();
     out << "\nPictures written to the folder " << options.folder
         << ": grouping.svg, curvature.svg, masters.svg\n";
-    std::cout << out.str() << std::flush;
+    writeStandardOutput(out.str());
 }
 
 }  // namespace

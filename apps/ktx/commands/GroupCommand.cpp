@@ -17,7 +17,7 @@ namespace ktx {
 namespace {
 
 struct GroupOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
 };
 

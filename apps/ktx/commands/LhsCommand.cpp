@@ -14,7 +14,7 @@ namespace ktx {
 namespace {
 
 struct LhsOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     std::string format = "csv";
 };

@@ -16,14 +16,14 @@ namespace ktx {
 namespace {
 
 struct Sample2dOptions {
-    std::string input = "-";
+    InputSource input;
     CommandOutput output;
     std::string format = "csv";
 };
 
 void runSample2d(Sample2dOptions const& options) {
     options.output.checkWritable();
-    TextInput const text = readTextInput(options.input);
+    TextInput const text = readInput(options.input);
     Sample2dInput input;
     std::unique_ptr<Kestrel::PolygonSampler2D> sampler;
     try {
@@ -43,6 +43,10 @@ void runSample2d(Sample2dOptions const& options) {
     std::vector<std::pair<double, double>> points;
     sampler->calculateSamples(input.n, points);
 
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        requireFiniteResult(points[i].first, "points[" + std::to_string(i) + "][0]");
+        requireFiniteResult(points[i].second, "points[" + std::to_string(i) + "][1]");
+    }
     std::string output;
     if (options.format == "json") {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -71,7 +75,9 @@ Command addSample2dCommand(CLI::App& tool) {
         "Well-spread points inside a polygon with holes: 100 n random candidates inside the polygon "
         "(fixed seed), clustered by k-means; every point returned is one of the candidates.\n"
         "Input: {\"outer\": [[x, y], ...], \"holes\": [[[x, y], ...], ...] optional, \"n\": 1 to 2000}; "
-        "rings in either orientation, edges must not cross.\n"
+        "rings in either orientation, edges must not cross; at most 10000 edges in all, coordinates at most "
+        "1e150 "
+        "in magnitude, the outline at least 1e-150 wide and high.\n"
         "Output: CSV x,y (or JSON with --format json).");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);

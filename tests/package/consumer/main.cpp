@@ -6,6 +6,12 @@
 #include <vector>
 
 int main() {
+    // The library-wide thread cap is exported and changes no result.
+    Kestrel::setMaxNumberOfThreads(1);
+    if (Kestrel::getMaxNumberOfThreads() != 1) {
+        std::cerr << "consumer: thread cap not kept\n";
+        return EXIT_FAILURE;
+    }
     // Three items; the objective prefers item 2 first.
     std::vector<std::vector<double>> const matrix(4, std::vector<double>(3, 1.0 / 3.0));
     boost::function<double(std::vector<int> const&)> const objective = [](std::vector<int> const& selection) {

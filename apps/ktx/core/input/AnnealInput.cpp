@@ -94,6 +94,27 @@ AnnealInput parseAnnealInput(std::string const& text) {
     return input;
 }
 
+void requireSteppableBox(std::vector<std::pair<double, double>> const& box, double stepFraction) {
+    for (std::size_t i = 0; i < box.size(); ++i) {
+        double const width = box[i].second - box[i].first;
+        if (!(stepFraction * width > 0.0)) {
+            failField("box[" + std::to_string(i) + "]",
+                      "width " + formatNumber(width) + " is too narrow to step in: stepFraction " +
+                          formatNumber(stepFraction) + " times the width is 0 in double precision");
+        }
+    }
+}
+
+void GradientBudget::spendOne() {
+    spent_ += 1;
+    if (spent_ > limit_) {
+        failField("settings",
+                  "the run needs more than " + formatNumber(limit_) +
+                      " gradient evaluations (integration steps, also those cut short at the box's "
+                      "walls, and refinement calls); lower stepFraction, stepsPerSample or chains");
+    }
+}
+
 void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
                               int chains, int refinementCalls) {
     double const samplesPerChain = 1.0 + std::ceil(std::log(finalTemperatureRatio) / std::log(coolingFactor));

@@ -24,6 +24,9 @@ namespace ktx {
 constexpr int kMaxAnnealDimension = 20;
 constexpr int kMaxStepsPerSample = 1000;
 constexpr double kMaxAnnealSteps = 5e6;
+// The most gradient evaluations one run may make: twice the planned work, which leaves room for the steps
+// cut short at the box's walls (each costs one more evaluation) but stops a run that only bounces.
+constexpr double kMaxAnnealGradientEvaluations = 2 * kMaxAnnealSteps;
 constexpr int kMaxAnnealChains = 100000;
 
 struct AnnealInput {
@@ -47,5 +50,22 @@ AnnealInput parseAnnealInput(std::string const& text);
 // naming the field "settings".
 void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
                               int chains, int refinementCalls);
+
+// Rejects a box in which the annealer cannot step: stepFraction times a coordinate's width must stay
+// positive (a width of 5e-324 underflows to a step of 0). Names the field "box[i]".
+void requireSteppableBox(std::vector<std::pair<double, double>> const& box, double stepFraction);
+
+// Counts a run's gradient evaluations: every integration step makes one, whether it is cut short at a wall
+// or not, and so does every refinement call, so the count bounds the run whatever the walls do.
+class GradientBudget {
+  public:
+    explicit GradientBudget(double limit = kMaxAnnealGradientEvaluations) : limit_(limit) {}
+    // Counts one evaluation. Throws InputError (field "settings") once more than the limit are counted.
+    void spendOne();
+
+  private:
+    double limit_;
+    double spent_ = 0;
+};
 
 }  // namespace ktx

@@ -90,10 +90,10 @@ double parseCell(Cell const& cell, std::size_t lineNumber, CsvInfinity infinity)
     bool const isNumber =
         end == begin + text.size() && end != begin && text.find_first_of("xXpP") == std::string::npos;
     if (!isNumber) {
-        failAt(lineNumber, cell.column, "'" + text + "' is not a number");
+        failAt(lineNumber, cell.column, "'" + excerpt(text) + "' is not a number");
     }
     if (std::isnan(value) || (std::isinf(value) && infinity == CsvInfinity::Rejected)) {
-        failAt(lineNumber, cell.column, "'" + text + "' is not a finite number");
+        failAt(lineNumber, cell.column, "'" + excerpt(text) + "' is not a finite number");
     }
     return value;
 }

@@ -1,5 +1,6 @@
 #include "input/GroupInput.h"
 
+#include "input/InputError.h"
 #include "input/JsonInput.h"
 #include "input/Validation.h"
 
@@ -16,7 +17,7 @@ GroupInput parseGroupInput(std::string const& text) {
     } else if (measure == "variance") {
         input.measure = Dispersion::Variance;
     } else {
-        failField("measure", "expected \"minmax\" or \"variance\", got \"" + measure + "\"");
+        failField("measure", "expected \"minmax\" or \"variance\", got \"" + excerpt(measure) + "\"");
     }
     input.values = reader.numbers("values");
     input.lengths = reader.numbers("lengths");
@@ -25,6 +26,8 @@ GroupInput parseGroupInput(std::string const& text) {
     requireNonEmpty(input.values.size(), "values");
     requireSameCount(input.lengths.size(), "lengths", input.values.size(), "values");
     requirePositive(input.lengths, "lengths");
+    requireFiniteSum(input.lengths, "lengths");
+    requireFiniteSpread(input.values, "values", input.measure == Dispersion::Variance);
     return input;
 }
 

@@ -10,6 +10,17 @@ std::string withSource(std::string const& source, std::string const& message) {
     return source + (startsWithPosition ? ":" : ": ") + message;
 }
 
+std::string excerpt(std::string const& text) {
+    if (text.size() <= kExcerptLength) {
+        return text;
+    }
+    std::size_t cut = kExcerptLength;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xc0) == 0x80) {
+        --cut;
+    }
+    return text.substr(0, cut) + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
 std::string oneLine(std::string const& message) {
     std::string line;
     line.reserve(message.size());

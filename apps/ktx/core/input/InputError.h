@@ -4,6 +4,7 @@
 // failure (exit status 1).
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
@@ -11,6 +12,12 @@ namespace ktx {
 
 // Replaces control characters and line breaks by \xNN so that a message always fits on one line.
 std::string oneLine(std::string const& message);
+
+// Input text quoted in a message: `text` itself up to kExcerptLength bytes, otherwise its first
+// kExcerptLength bytes (not cutting a UTF-8 character) followed by "... (N bytes)", so that a huge cell or
+// name never floods the error line.
+constexpr std::size_t kExcerptLength = 60;
+std::string excerpt(std::string const& text);
 
 class InputError : public std::runtime_error {
   public:

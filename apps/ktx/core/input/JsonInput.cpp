@@ -24,6 +24,17 @@ std::pair<std::size_t, std::size_t> lineAndColumn(std::string const& text, std::
     return {line, column};
 }
 
+// The parser's reason ends in "last read: '<the text read>'", which can be as long as the input.
+std::string shortenLastRead(std::string const& reason) {
+    std::string const marker = "last read: '";
+    auto const at = reason.find(marker);
+    if (at == std::string::npos || reason.back() != '\'') {
+        return reason;
+    }
+    std::size_t const start = at + marker.size();
+    return reason.substr(0, start) + excerpt(reason.substr(start, reason.size() - 1 - start)) + "'";
+}
+
 // nlohmann's message reads "[json.exception.parse_error.101] parse error at line 1, column 5: <reason>".
 std::string reasonOf(nlohmann::json::parse_error const& error) {
     std::string const message = error.what();
@@ -31,7 +42,7 @@ std::string reasonOf(nlohmann::json::parse_error const& error) {
     if (column != std::string::npos) {
         auto const colon = message.find(": ", column);
         if (colon != std::string::npos) {
-            return message.substr(colon + 2);
+            return shortenLastRead(message.substr(colon + 2));
         }
     }
     auto const bracket = message.find("] ");
@@ -63,7 +74,7 @@ nlohmann::json parseJson(std::string const& text) {
         auto const at = number.empty() ? std::string::npos : text.find(number);
         auto const [line, column] = lineAndColumn(text, at == std::string::npos ? 0 : at);
         throw InputError(std::to_string(line) + ":" + std::to_string(column) + ": number out of range: '" +
-                         number + "' is beyond the largest double");
+                         excerpt(number) + "' is beyond the largest double");
     }
 }
 
@@ -243,7 +254,7 @@ std::string JsonObjectReader::text(std::string const& name, std::string const& f
 void JsonObjectReader::finish() const {
     for (auto const& item : object_.items()) {
         if (read_.count(item.key()) == 0) {
-            failField(fieldPath(item.key()), "unknown field");
+            failField(fieldPath(excerpt(item.key())), "unknown field");
         }
     }
 }

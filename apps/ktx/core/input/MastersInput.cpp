@@ -4,7 +4,14 @@
 #include "input/Validation.h"
 #include "output/NumberFormat.h"
 
+#include <cmath>
+
 namespace ktx {
+
+double masterSearchBytes(int segments, int masters) {
+    double const n = segments;
+    return 5.0 * n * (n + 1.0) * (96.0 + 8.0 * static_cast<double>(masters));
+}
 
 int mastersAllowedByPreGroups(std::vector<int> const& boundaries, int segments) {
     if (boundaries.empty()) {
@@ -42,6 +49,7 @@ MastersInput parseMastersInput(std::string const& text) {
 
     requireNonEmpty(input.lengths.size(), "lengths");
     requirePositive(input.lengths, "lengths");
+    requireFiniteSum(input.lengths, "lengths");
     requireSameCount(input.ranges.size(), "ranges", input.lengths.size(), "lengths");
     for (std::size_t i = 0; i < input.ranges.size(); ++i) {
         if (input.ranges[i].first > input.ranges[i].second) {
@@ -93,6 +101,15 @@ MastersInput parseMastersInput(std::string const& text) {
                                      " but the pre-groups allow at most " + std::to_string(allowed) +
                                      " masters (one per group)");
         }
+    }
+    double const searchBytes = masterSearchBytes(n, input.masters);
+    if (!input.masterIndices && input.masters >= 2 && searchBytes > kMaxMasterSearchBytes) {
+        failField("masters", "searching " + std::to_string(input.masters) + " masters among " +
+                                 std::to_string(n) + " segments needs about " +
+                                 formatNumber(std::round(searchBytes / 1048576.0)) +
+                                 " MiB of memory, more than the limit of " +
+                                 formatNumber(kMaxMasterSearchBytes / 1048576.0) +
+                                 " MiB; use fewer segments or masters, or give masterIndices");
     }
     if (input.masterValues) {
         requireSameCount(input.masterValues->size(), "masterValues", static_cast<std::size_t>(input.masters),

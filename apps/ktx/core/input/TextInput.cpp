@@ -1,14 +1,13 @@
 #include "input/TextInput.h"
 
 #include "input/InputError.h"
+#include "output/NumberFormat.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <sstream>
 
 namespace ktx {
 
@@ -18,13 +17,36 @@ namespace {
     throw InputError("cannot read input file '" + path + "': " + reason);
 }
 
+// Reads `descriptor` to its end, or until more than `maxBytes` bytes have come.
+std::string readAtMost(int descriptor, std::string const& path, std::string const& source,
+                       std::size_t maxBytes) {
+    std::string text;
+    char buffer[65536];
+    while (true) {
+        ssize_t const n = ::read(descriptor, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n < 0) {
+            failToRead(path, std::strerror(errno));
+        }
+        if (n == 0) {
+            return text;
+        }
+        if (static_cast<std::size_t>(n) > maxBytes - text.size()) {
+            throw InputError("input '" + source + "' is larger than " +
+                             formatNumber(static_cast<double>(maxBytes) / (1024.0 * 1024.0)) +
+                             " MiB, the limit; raise it with --max-input-mib");
+        }
+        text.append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
 }  // namespace
 
-TextInput readTextInput(std::string const& path) {
+TextInput readTextInput(std::string const& path, std::size_t maxBytes) {
     if (path == "-") {
-        std::ostringstream content;
-        content << std::cin.rdbuf();
-        return {"<stdin>", content.str()};
+        return {"<stdin>", readAtMost(STDIN_FILENO, "-", "<stdin>", maxBytes)};
     }
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
@@ -33,15 +55,18 @@ TextInput readTextInput(std::string const& path) {
     if (S_ISDIR(status.st_mode)) {
         failToRead(path, "it is a directory");
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
         failToRead(path, std::strerror(errno));
     }
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (file.bad()) {
-        failToRead(path, "read error");
+    try {
+        std::string text = readAtMost(descriptor, path, path, maxBytes);
+        ::close(descriptor);
+        return {path, std::move(text)};
+    } catch (...) {
+        ::close(descriptor);
+        throw;
     }
-    return {path, std::move(text)};
 }
 
 }  // namespace ktx

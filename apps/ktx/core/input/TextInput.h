@@ -1,6 +1,7 @@
 // Reading a whole input: a named file, or standard input when the name is "-".
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace ktx {
@@ -10,8 +11,9 @@ struct TextInput {
     std::string text;
 };
 
-// Throws InputError ("cannot read input file 'x': <reason>") when the file cannot be opened or read, and
-// when it is a directory.
-TextInput readTextInput(std::string const& path);
+// Reads at most `maxBytes` bytes. Throws InputError ("cannot read input file 'x': <reason>") when the file
+// cannot be opened or read, and when it is a directory; and ("input 'x' is larger than N MiB, the limit")
+// when it holds more than `maxBytes` bytes.
+TextInput readTextInput(std::string const& path, std::size_t maxBytes);
 
 }  // namespace ktx

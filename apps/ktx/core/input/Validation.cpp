@@ -3,6 +3,9 @@
 #include "input/JsonInput.h"
 #include "output/NumberFormat.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace ktx {
 
 namespace {
@@ -40,6 +43,29 @@ void requireNonNegative(std::vector<double> const& numbers, std::string const& f
         if (!(numbers[i] >= 0.0)) {
             failField(at(field, i), "must not be negative, got " + formatNumber(numbers[i]));
         }
+    }
+}
+
+void requireFiniteSum(std::vector<double> const& numbers, std::string const& field) {
+    double sum = 0.0;
+    for (double const number : numbers) {
+        sum += number;
+    }
+    if (!std::isfinite(sum)) {
+        failField(field, "the sum is " + formatNumber(sum) + " in double precision; scale the numbers down");
+    }
+}
+
+void requireFiniteSpread(std::vector<double> const& numbers, std::string const& field, bool squared) {
+    if (numbers.empty()) {
+        return;
+    }
+    auto const [low, high] = std::minmax_element(numbers.begin(), numbers.end());
+    double const spread = *high - *low;
+    if (!std::isfinite(squared ? spread * spread : spread)) {
+        failField(field, "the numbers are too far apart (from " + formatNumber(*low) + " to " +
+                             formatNumber(*high) + ") to measure their " + (squared ? "variance" : "range") +
+                             " in double precision; scale them down");
     }
 }
 

@@ -18,6 +18,13 @@ void requireSameCount(std::size_t count, std::string const& field, std::size_t e
 void requirePositive(std::vector<double> const& numbers, std::string const& field);
 void requireNonNegative(std::vector<double> const& numbers, std::string const& field);
 
+// "field 'lengths': the sum is inf in double precision; scale the numbers down" (summed in order)
+void requireFiniteSum(std::vector<double> const& numbers, std::string const& field);
+
+// "field 'values': the spread 2e308 ...": the largest minus the smallest number, and with `squared` its
+// square, must be finite.
+void requireFiniteSpread(std::vector<double> const& numbers, std::string const& field, bool squared);
+
 // "field 'masters': must be between 1 and 30, got 31"
 void requireInRange(long long value, long long low, long long high, std::string const& field);
 

@@ -6,9 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
-#include <cstdio>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
-#include <iostream>
 
 namespace ktx {
 
@@ -37,14 +37,8 @@ mode_t defaultFileMode() {
     return static_cast<mode_t>(0666 & ~mask);
 }
 
-// Writes `content` to a new temporary file in the destination's folder and returns its name.
-std::string writeTemporary(std::string const& path, std::string const& content) {
-    std::string name = folderOf(path) + "/." + baseNameOf(path) + ".ktx-XXXXXX";
-    int const descriptor = ::mkstemp(name.data());
-    if (descriptor < 0) {
-        failToWrite(path, std::strerror(errno));
-    }
-    ::fchmod(descriptor, defaultFileMode());
+// Writes all of `content` to an open descriptor; returns 0 or the errno of the failure.
+int writeAll(int descriptor, std::string const& content) {
     std::size_t written = 0;
     while (written < content.size()) {
         ssize_t const n = ::write(descriptor, content.data() + written, content.size() - written);
@@ -52,22 +46,102 @@ std::string writeTemporary(std::string const& path, std::string const& content) 
             continue;
         }
         if (n <= 0) {
-            int const error = errno;
-            ::close(descriptor);
-            ::unlink(name.c_str());
-            failToWrite(path, std::strerror(error));
+            return n < 0 ? errno : EIO;
         }
         written += static_cast<std::size_t>(n);
     }
-    if (::close(descriptor) != 0) {
-        int const error = errno;
+    return 0;
+}
+
+// Where the bytes for `path` go and how they get there.
+struct Destination {
+    std::string path;     // `path` with a symbolic link followed
+    bool exists = false;  // an existing regular file, device or FIFO
+    bool direct = false;  // a character device or FIFO: written in place
+};
+
+// Follows a symbolic link and classifies what `path` names. Throws InputError for a link to nothing, a
+// folder, a block device or a socket.
+Destination destinationOf(std::string const& path) {
+    Destination destination{path, false, false};
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return destination;  // a new file; its folder is checked by the caller
+    }
+    if (S_ISLNK(status.st_mode)) {
+        char resolved[PATH_MAX];
+        if (::realpath(path.c_str(), resolved) == nullptr || ::stat(resolved, &status) != 0) {
+            failToWrite(path, std::string("it is a symbolic link to nothing: ") + std::strerror(errno));
+        }
+        destination.path = resolved;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        failToWrite(path, "it is a directory");
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+        failToWrite(path, "it is neither a regular file nor a character device nor a FIFO");
+    }
+    destination.exists = true;
+    destination.direct = !S_ISREG(status.st_mode);
+    return destination;
+}
+
+// Writes `content` to a new temporary file in the destination's folder and returns its name.
+std::string writeTemporary(std::string const& path, std::string const& destination,
+                           std::string const& content) {
+    std::string name = folderOf(destination) + "/." + baseNameOf(destination) + ".ktx-XXXXXX";
+    int const descriptor = ::mkstemp(name.data());
+    if (descriptor < 0) {
+        failToWrite(path, std::strerror(errno));
+    }
+    ::fchmod(descriptor, defaultFileMode());
+    int error = writeAll(descriptor, content);
+    if (::close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error != 0) {
         ::unlink(name.c_str());
         failToWrite(path, std::strerror(error));
     }
     return name;
 }
 
+// Writes `content` into an existing device or FIFO without creating or truncating anything.
+void writeInPlace(std::string const& path, std::string const& destination, std::string const& content) {
+    int const descriptor = ::open(destination.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        failToWrite(path, std::strerror(errno));
+    }
+    int error = writeAll(descriptor, content);
+    if (::close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        failToWrite(path, std::strerror(error));
+    }
+}
+
+// A name that is the same for two paths of one destination: the resolved path of an existing file, or
+// the resolved folder and the name of a new one.
+std::string destinationKey(std::string const& path) {
+    char resolved[PATH_MAX];
+    if (::realpath(path.c_str(), resolved) != nullptr) {
+        return resolved;
+    }
+    if (::realpath(folderOf(path).c_str(), resolved) != nullptr) {
+        return std::string(resolved) + "/" + baseNameOf(path);
+    }
+    return path;
+}
+
 }  // namespace
+
+void writeStandardOutput(std::string const& text) {
+    int const error = writeAll(STDOUT_FILENO, text);
+    if (error != 0) {
+        throw StandardOutputError(std::string("cannot write to standard output: ") + std::strerror(error));
+    }
+}
 
 void OutputFiles::checkWritable(std::string const& path) {
     if (path == "-") {
@@ -76,16 +150,15 @@ void OutputFiles::checkWritable(std::string const& path) {
     if (path.empty() || path.back() == '/') {
         failToWrite(path, "not a file name");
     }
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) {
-        if (S_ISDIR(status.st_mode)) {
-            failToWrite(path, "it is a directory");
-        }
-        if (::access(path.c_str(), W_OK) != 0) {
-            failToWrite(path, std::strerror(errno));
-        }
+    Destination const destination = destinationOf(path);
+    if (destination.exists && ::access(destination.path.c_str(), W_OK) != 0) {
+        failToWrite(path, std::strerror(errno));
     }
-    std::string const folder = folderOf(path);
+    if (destination.direct) {
+        return;
+    }
+    std::string const folder = folderOf(destination.path);
+    struct stat status {};
     if (::stat(folder.c_str(), &status) != 0) {
         failToWrite(path, "folder '" + folder + "': " + std::strerror(errno));
     }
@@ -97,21 +170,50 @@ void OutputFiles::checkWritable(std::string const& path) {
     }
 }
 
+bool OutputFiles::sameDestination(std::string const& first, std::string const& second) {
+    if (first == "-" || second == "-") {
+        return first == second;
+    }
+    struct stat a {};
+    struct stat b {};
+    if (::stat(first.c_str(), &a) == 0 && ::stat(second.c_str(), &b) == 0) {
+        return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+    }
+    return destinationKey(first) == destinationKey(second);
+}
+
 void OutputFiles::add(std::string const& path, std::string content) {
-    entries_.push_back({path, std::move(content), {}});
+    entries_.push_back({path, std::move(content), {}, false, {}});
 }
 
 void OutputFiles::commit() {
     try {
-        for (Entry& entry : entries_) {
-            if (entry.path != "-") {
-                checkWritable(entry.path);
-                entry.temporary = writeTemporary(entry.path, entry.content);
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            for (std::size_t j = 0; j < i; ++j) {
+                if (sameDestination(entries_[j].path, entries_[i].path)) {
+                    throw InputError("output '" + entries_[i].path + "' is named twice");
+                }
             }
         }
         for (Entry& entry : entries_) {
             if (entry.path != "-") {
-                if (::rename(entry.temporary.c_str(), entry.path.c_str()) != 0) {
+                checkWritable(entry.path);
+                Destination const destination = destinationOf(entry.path);
+                entry.destination = destination.path;
+                entry.direct = destination.direct;
+                if (!entry.direct) {
+                    entry.temporary = writeTemporary(entry.path, entry.destination, entry.content);
+                }
+            }
+        }
+        for (Entry const& entry : entries_) {
+            if (entry.direct) {
+                writeInPlace(entry.path, entry.destination, entry.content);
+            }
+        }
+        for (Entry& entry : entries_) {
+            if (!entry.temporary.empty()) {
+                if (::rename(entry.temporary.c_str(), entry.destination.c_str()) != 0) {
                     failToWrite(entry.path, std::strerror(errno));
                 }
                 entry.temporary.clear();
@@ -126,12 +228,13 @@ void OutputFiles::commit() {
         entries_.clear();
         throw;
     }
-    for (Entry const& entry : entries_) {
+    std::vector<Entry> const written = std::move(entries_);
+    entries_.clear();
+    for (Entry const& entry : written) {
         if (entry.path == "-") {
-            std::cout << entry.content << std::flush;
+            writeStandardOutput(entry.content);
         }
     }
-    entries_.clear();
 }
 
 }  // namespace ktx

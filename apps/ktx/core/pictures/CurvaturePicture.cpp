@@ -1,4 +1,5 @@
 #include "output/NumberFormat.h"
+#include "pictures/Axis.h"
 #include "pictures/Pictures.h"
 #include "pictures/Svg.h"
 
@@ -46,7 +47,7 @@ std::string curvaturePicture(std::vector<Point> const& points, bool closed,
     svg.endGroup();
     svg.text(10, height - 10,
              "red: clockwise (positive), blue: counter-clockwise (negative); largest |curvature| " +
-                 formatNumber(largest),
+                 readableNumber(largest),
              12);
     return svg.str();
 }

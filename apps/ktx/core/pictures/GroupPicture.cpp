@@ -1,5 +1,6 @@
 #include "output/GroupReport.h"
 #include "output/NumberFormat.h"
+#include "pictures/Axis.h"
 #include "pictures/Pictures.h"
 #include "pictures/Svg.h"
 
@@ -11,11 +12,11 @@ namespace ktx {
 std::string groupPicture(std::vector<double> const& values, std::vector<double> const& lengths,
                          std::vector<int> const& groupStarts, bool closed, std::string const& title) {
     double const width = 800;
-    double const height = 260;
-    double const left = 40;
+    double const height = 280;
+    double const left = 64;
     double const right = 20;
     double const top = 40;
-    double const bottom = 40;
+    double const bottom = 60;
     int const n = static_cast<int>(values.size());
 
     double totalLength = 0.0;
@@ -35,11 +36,13 @@ std::string groupPicture(std::vector<double> const& values, std::vector<double> 
     svg.text(width / 2, 24, title, 15, "middle");
     std::vector<int> const group = groupOfSegments(groupStarts, n, closed);
     std::vector<double> segmentX(static_cast<std::size_t>(n) + 1, left);
+    std::vector<double> centres(static_cast<std::size_t>(n), left);
     svg.beginGroup("segments");
     double x = left;
     for (int i = 0; i < n; ++i) {
         segmentX[i] = x;
         double const w = lengths[i] * xScale;
+        centres[i] = x + w / 2;
         double const y = values[i] >= 0 ? baseline - values[i] * yScale : baseline;
         double const h = std::max(std::abs(values[i]) * yScale, 1.0);
         std::string const colour = group[i] >= 0 ? groupColour(group[i]) : "#999999";
@@ -51,10 +54,12 @@ std::string groupPicture(std::vector<double> const& values, std::vector<double> 
     segmentX[n] = x;
     svg.endGroup();
     svg.line(left, baseline, width - right, baseline, "#333333", 1);
+    drawValueAxis(svg, left - 6, smallest, largest, [&](double v) { return baseline - v * yScale; });
+    drawSegmentNumbers(svg, centres, height - bottom + 16);
     svg.beginGroup("boundaries");
     for (std::size_t k = 0; k < groupStarts.size(); ++k) {
         double const bx = segmentX[groupStarts[k]];
-        svg.line(bx, top - 6, bx, height - bottom + 6, "#222222", 1.5);
+        svg.line(bx, top - 6, bx, height - bottom + 4, "#222222", 1.5);
     }
     svg.endGroup();
     svg.text(left, height - 12,

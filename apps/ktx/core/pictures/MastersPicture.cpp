@@ -1,4 +1,5 @@
 #include "output/NumberFormat.h"
+#include "pictures/Axis.h"
 #include "pictures/Pictures.h"
 #include "pictures/Svg.h"
 
@@ -13,11 +14,11 @@ std::string mastersPicture(std::vector<double> const& lengths,
                            std::vector<int> const& masters, std::vector<double> const& values,
                            std::string const& title) {
     double const width = 800;
-    double const height = 280;
-    double const left = 40;
+    double const height = 300;
+    double const left = 64;
     double const right = 20;
     double const top = 50;
-    double const bottom = 50;
+    double const bottom = 66;
     std::size_t const n = lengths.size();
 
     double totalLength = 0.0;
@@ -65,6 +66,8 @@ std::string mastersPicture(std::vector<double> const& lengths,
         x += w;
     }
     svg.endGroup();
+    drawValueAxis(svg, left - 6, low, high, yOf);
+    drawSegmentNumbers(svg, centre, height - bottom + 16);
     if (!values.empty()) {
         std::vector<Point> curve;
         for (std::size_t i = 0; i < n && i < values.size(); ++i) {
@@ -87,7 +90,7 @@ std::string mastersPicture(std::vector<double> const& lengths,
         svg.circle(centre[m], yOf(v), 5, "#d35400", "master at segment " + std::to_string(m));
     }
     svg.endGroup();
-    svg.text(left, height - 16,
+    svg.text(left, height - 12,
              std::to_string(n) + " segments, " + std::to_string(masters.size()) +
                  " masters (orange); bars show each segment's admissible range" +
                  (values.empty() ? "" : ", the line the interpolated values"),

@@ -1,0 +1,95 @@
+#include "AdaptiveTeam.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+
+namespace Kestrel {
+namespace detail {
+namespace {
+
+// A team must take at most this share of the time the caller alone would have needed, or the next rounds
+// run on the calling thread: a second thread that saves less than a tenth is not worth its core.
+constexpr double kTeamTimeShare = 0.9;
+
+// The caller's share of a core is taken as at least this, so that one round spent waiting for a core does
+// not make every team look fast.
+constexpr double kLeastShare = 0.25;
+
+// After every team round that did not pay, the wait before the next one grows by this factor.
+constexpr int kRetryGrowth = 4;
+
+// A round with less work than this (CPU seconds of all threads) cannot win back one late helper, which
+// costs about a scheduling period of the operating system: it is not tried on a team again.
+constexpr double kLeastRetriedWork = 1e-3;
+
+// For this long after a team round of at least kLeastRetriedWork that did not pay anywhere in the process
+// (and no such round paid since), new sequences of rounds start on the calling thread: a host that calls
+// the library again and again on a busy machine does not pay for a first team round every time.
+constexpr std::chrono::steady_clock::duration kVerdictLifetime = std::chrono::seconds(1);
+
+// When the last team round that did not pay ended (steady clock ticks), or the lowest value: none yet.
+constexpr std::chrono::steady_clock::rep kNoVerdict =
+    std::numeric_limits<std::chrono::steady_clock::rep>::lowest();
+std::atomic<std::chrono::steady_clock::rep> lastUnpaidTeamRound{kNoVerdict};
+
+std::chrono::steady_clock::rep now() {
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
+}  // namespace
+
+bool teamRecentlyUnpaid() {
+    std::chrono::steady_clock::rep const last = lastUnpaidTeamRound.load(std::memory_order_relaxed);
+    return last > kNoVerdict && now() - last < kVerdictLifetime.count();
+}
+
+double threadCpuSeconds() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+AdaptiveTeam::AdaptiveTeam(int mostThreads)
+    : most_(std::max(mostThreads, 1)),
+      current_(most_ > 1 && teamRecentlyUnpaid() ? 1 : most_),
+      cpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
+
+void AdaptiveTeam::endRound() {
+    double const wallSeconds = wallSeconds_;
+    double totalCpu = 0.0;
+    for (double const seconds : cpuSeconds_) {
+        totalCpu += seconds;
+    }
+    wallSeconds_ = 0.0;
+    std::fill(cpuSeconds_.begin(), cpuSeconds_.end(), 0.0);
+    if (most_ == 1 || wallSeconds <= 0.0) {
+        return;  // nothing to choose, or nothing measured
+    }
+    if (current_ == 1) {
+        callerShare_ = std::max(kLeastShare, std::min(1.0, totalCpu / wallSeconds));
+        if (roundsBeforeRetry_ > 0 && ++singleRounds_ >= roundsBeforeRetry_) {
+            singleRounds_ = 0;
+            roundsBeforeRetry_ *= kRetryGrowth;
+            current_ = most_;
+        }
+    } else if (wallSeconds > kTeamTimeShare * (totalCpu / callerShare_)) {
+        current_ = 1;
+        singleRounds_ = 0;
+        if (totalCpu < kLeastRetriedWork) {
+            roundsBeforeRetry_ = 0;  // too short to tell anything about the machine
+        } else {
+            lastUnpaidTeamRound.store(now(), std::memory_order_relaxed);
+        }
+    } else if (totalCpu >= kLeastRetriedWork) {
+        // A round long enough to tell paid: the machine has a free core now.
+        lastUnpaidTeamRound.store(kNoVerdict, std::memory_order_relaxed);
+    }
+}
+
+}  // namespace detail
+}  // namespace Kestrel

@@ -1,0 +1,103 @@
+// The team for loops that repeat with about the same work, round after round (one population per
+// iteration of an optimisation, one pass per centre or per iteration of a clustering): all the library's
+// threads while they pay, the calling thread alone while they do not.
+//
+// A loop of a few milliseconds ends when its slowest thread does. On a machine whose cores are busy with
+// other work, the operating system may leave a helper thread waiting for a core, and the caller waits with
+// it: two threads can then be slower than one. So the first round runs on a team and is measured: the CPU
+// time every thread spent on its blocks and the wall time the caller saw. If the team was not clearly
+// faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
+// own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
+// tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
+// costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
+// are not tried on a team again. For a second after a team round of a millisecond or more anywhere in the
+// process did not pay (unless one paid since), new objects start with the calling thread alone (and try a
+// team after 10 rounds), so that a host calling the library again and again on a busy machine does not
+// pay for a first team round every time. The
+// choice changes only who computes what; every result stays the same bit for bit. One object serves one
+// sequence of rounds on one calling thread.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+#include "ParallelFor.h"
+
+namespace Kestrel {
+namespace detail {
+
+// CPU time consumed by the calling thread so far, in seconds.
+double threadCpuSeconds();
+
+// True for a second after a team round of a millisecond or more anywhere in the process did not pay,
+// unless one paid since.
+bool teamRecentlyUnpaid();
+
+class AdaptiveTeam {
+  public:
+    // `mostThreads`: the largest team to use (e.g. threadsFor(work is large enough)).
+    explicit AdaptiveTeam(int mostThreads);
+
+    // The team for the loops of the current round: 1 or mostThreads; `thread` arguments stay below it.
+    int threads() const { return current_; }
+
+    // forEachBlock(threads(), count, body), measured as part of the current round.
+    template <class Body>
+    void forEachBlock(std::ptrdiff_t count, Body&& body) {
+        if (most_ == 1 || count <= 0) {
+            detail::forEachBlock(1, count, body);
+            return;
+        }
+        auto const start = std::chrono::steady_clock::now();
+        if (current_ == 1) {
+            double const cpuStart = threadCpuSeconds();
+            detail::forEachBlock(1, count, body);
+            cpuSeconds_.front() += threadCpuSeconds() - cpuStart;
+            wallSeconds_ += secondsSince(start);
+            return;
+        }
+        detail::forEachBlock(current_, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            double const cpuStart = threadCpuSeconds();
+            body(begin, end, thread);
+            cpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
+        });
+        wallSeconds_ += secondsSince(start);
+    }
+
+    // forEachIndex(threads(), count, body), measured as part of the current round: every index visited,
+    // the exception of the lowest failing index rethrown afterwards on the calling thread.
+    template <class Body>
+    void forEachIndex(std::ptrdiff_t count, Body&& body) {
+        LoopFailures failures(most_);
+        forEachBlock(count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            for (std::ptrdiff_t index = begin; index < end; ++index) {
+                try {
+                    body(index, thread);
+                } catch (...) {
+                    failures.capture(thread, index);
+                }
+            }
+        });
+        failures.rethrowFirst();
+    }
+
+    // Ends the round: chooses the team for the next one from what this round's loops measured.
+    void endRound();
+
+  private:
+    static double secondsSince(std::chrono::steady_clock::time_point start) {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+    int most_;
+    int current_;
+    int singleRounds_ = 0;            // rounds on the calling thread since the last team round
+    int roundsBeforeRetry_ = 10;      // single rounds before the next team round; 0: never again
+    double callerShare_ = 1.0;        // share of a core the caller got in its last round alone
+    double wallSeconds_ = 0.0;        // of the current round's loops
+    std::vector<double> cpuSeconds_;  // per thread, of the current round's loops
+};
+
+}  // namespace detail
+}  // namespace Kestrel

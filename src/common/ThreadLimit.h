@@ -1,0 +1,16 @@
+// How many threads one parallel loop of the library may use right now.
+//
+// The library starts no threads of its own: every loop runs on the caller's OpenMP runtime. A loop uses at
+// most the smaller of omp_get_max_threads() and the limit set with Kestrel::setMaxNumberOfThreads(), and
+// exactly one thread (the caller's) when it is reached from inside an active parallel region of the
+// caller, so a host that calls the library from its own threads never gets a second layer of teams.
+#pragma once
+
+namespace Kestrel {
+namespace detail {
+
+// Guarantees: a value of at least 1. Thread-safe.
+int threadsForLoop();
+
+}  // namespace detail
+}  // namespace Kestrel

@@ -1,0 +1,188 @@
+// The adaptive team: the same work and the same failures as a plain loop whatever team it picks, the
+// calling thread alone after a team round that did not pay, and a new team trial after ten rounds.
+#include "AdaptiveTeam.h"
+#include "common/ThreadCount.h"
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Kestrel::detail::AdaptiveTeam;
+
+using Kestrel::test::ThreadCount;
+
+// Waits until no team round has failed to pay for a second, so that a new object starts on a team.
+void waitUntilTeamsAreTriedFirst() {
+    while (Kestrel::detail::teamRecentlyUnpaid()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+}
+
+TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
+    for (int const most : {1, 2, 3}) {
+        ThreadCount const threads(most);
+        AdaptiveTeam team(most);
+        for (int round = 0; round < 25; ++round) {
+            std::vector<std::atomic<int>> visits(500);
+            std::string message = "no exception";
+            try {
+                team.forEachIndex(500, [&](std::ptrdiff_t index, int thread) {
+                    EXPECT_LT(thread, most);
+                    ++visits[static_cast<std::size_t>(index)];
+                    if (index == 321 || index == 499 || (round % 2 == 0 && index == 17)) {
+                        throw std::runtime_error("index " + std::to_string(index));
+                    }
+                });
+            } catch (std::runtime_error const& error) {
+                message = error.what();
+            }
+            team.endRound();
+            EXPECT_EQ(message, round % 2 == 0 ? "index 17" : "index 321") << most << " " << round;
+            for (std::atomic<int> const& count : visits) {
+                EXPECT_EQ(count.load(), 1);
+            }
+        }
+    }
+}
+
+TEST(AdaptiveTeam, OneThreadAtMostNeverFormsATeam) {
+    AdaptiveTeam team(1);
+    for (int round = 0; round < 12; ++round) {
+        EXPECT_EQ(team.threads(), 1);
+        team.forEachBlock(100, [](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+            EXPECT_EQ(begin, 0);
+            EXPECT_EQ(end, 100);
+            EXPECT_EQ(thread, 0);
+        });
+        team.endRound();
+    }
+}
+
+// Waits, without using the processor, until `flag` is set or two seconds have passed.
+void waitFor(std::atomic<bool> const& flag) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!flag && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+}
+
+// A round of two chunks: `work` CPU seconds on each, and the helper's chunk (on a thread other than the
+// caller) also waits `wait` seconds without CPU time, as when it waits for a core. On a team, the caller
+// leaves the second chunk to the helper. Returns whether a helper took part.
+bool runRound(AdaptiveTeam& team, double work, double wait) {
+    bool const onATeam = team.threads() > 1;
+    std::atomic<bool> helperRan{false};
+    team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+        if (thread != 0) {
+            helperRan = true;
+        } else if (onATeam) {
+            waitFor(helperRan);
+        }
+        double const start = Kestrel::detail::threadCpuSeconds();
+        while (Kestrel::detail::threadCpuSeconds() - start < work) {
+        }
+        if (thread != 0) {
+            std::this_thread::sleep_for(std::chrono::duration<double>(wait));
+        }
+    });
+    team.endRound();
+    return helperRan;
+}
+
+TEST(AdaptiveTeam, AHelperThatKeepsTheCallerWaitingSendsTheNextRoundsToTheCallerAlone) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    AdaptiveTeam team(2);
+    ASSERT_EQ(team.threads(), 2);
+    if (!runRound(team, 0.002, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+    // Ten rounds alone, then a team is tried again; then forty rounds alone.
+    for (int round = 0; round < 9; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+    runRound(team, 0.0, 0.0);
+    EXPECT_EQ(team.threads(), 2);
+    runRound(team, 0.002, 0.030);
+    EXPECT_EQ(team.threads(), 1);
+    for (int round = 0; round < 39; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+    runRound(team, 0.0, 0.0);
+    EXPECT_EQ(team.threads(), 2);
+}
+
+TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    AdaptiveTeam team(2);
+    if (!runRound(team, 0.0, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+    // Nor does such a round tell other sequences anything about the machine.
+    EXPECT_FALSE(Kestrel::detail::teamRecentlyUnpaid());
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
+    for (int round = 0; round < 60; ++round) {
+        runRound(team, 0.0, 0.0);
+        EXPECT_EQ(team.threads(), 1) << round;
+    }
+}
+
+TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    AdaptiveTeam team(2);
+    std::atomic<bool> helperRan{false};
+    // Two loops in one round: the team keeps its size until the round ends.
+    for (int loop = 0; loop < 2; ++loop) {
+        team.forEachBlock(2, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+            if (thread != 0) {
+                helperRan = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            } else {
+                waitFor(helperRan);
+            }
+        });
+        EXPECT_EQ(team.threads(), 2);
+    }
+    team.endRound();
+    if (!helperRan) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_EQ(team.threads(), 1);
+}
+
+TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
+    AdaptiveTeam first(2);
+    if (!runRound(first, 0.002, 0.030)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    EXPECT_TRUE(Kestrel::detail::teamRecentlyUnpaid());
+    AdaptiveTeam second(2);
+    EXPECT_EQ(second.threads(), 1);
+    EXPECT_EQ(AdaptiveTeam(1).threads(), 1);
+    // It still tries a team after ten rounds alone.
+    for (int round = 0; round < 10; ++round) {
+        runRound(second, 0.0, 0.0);
+    }
+    EXPECT_EQ(second.threads(), 2);
+    waitUntilTeamsAreTriedFirst();
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
+}
+
+}  // namespace
