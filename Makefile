@@ -4,7 +4,8 @@
 #   make demo      run the main job on a built-in example
 #   make test      build everything and run the whole test suite
 #   make bench     build in Release and run the benchmarks
-#   make compare   build in Release and time the library next to Debian's scipy and scikit-learn
+#   make compare   build in Release and time the library next to Debian's scipy and scikit-learn, and
+#                  count the ready annealer's successes next to scipy's dual_annealing (about an hour)
 #   make install   install into PREFIX (default /usr/local)
 #
 # Variables: BUILD (build folder), BUILD_TYPE, WERROR=ON (warnings are errors), SANITIZE=ON
@@ -47,10 +48,11 @@ bench:
 compare:
 	@scripts/install-deps.sh python3-scipy python3-sklearn
 	@$(MAKE) --no-print-directory configure BUILD=build-release BUILD_TYPE=Release
-	@cmake --build build-release --parallel $(JOBS) --target assignment_driver sampling_peer_timing kestrel_python
+	@cmake --build build-release --parallel $(JOBS) --target assignment_driver sampling_peer_timing kestrel_python annealing_suite
 	@/usr/bin/python3 bench/assignment/compare_with_scipy.py build-release
 	@/usr/bin/python3 bench/sampling/compare_with_peers.py --build build-release
 	@PYTHONPATH=build-release/python /usr/bin/python3 bench/python/compare_with_peers.py
+	@/usr/bin/python3 bench/annealing/compare_with_dual_annealing.py --build build-release
 
 install: build
 	@cmake --install $(BUILD)

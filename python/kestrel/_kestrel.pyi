@@ -222,17 +222,17 @@ class GeometricCoolingSchedule4HSA(CoolingSchedule4HSA):
     def __deepcopy__(self, memo: dict) -> GeometricCoolingSchedule4HSA: ...
 
 class AnnealingSettings4HSA:
+    evaluation_budget: int
+    gradient_cost: int
     warm_up_points: int
-    step_fraction: float
-    steps_per_sample: int
+    jump_fraction: float
+    descent_calls: int
     cooling_factor: float
     final_temperature_ratio: float
-    chains: int
     fresh_start_interval: int
-    refinement_calls: int
-    def __init__(self, warm_up_points: int = 32, step_fraction: float = 0.008, steps_per_sample: int = 2,
-                 cooling_factor: float = 0.6, final_temperature_ratio: float = 0.05, chains: int = 88,
-                 fresh_start_interval: int = 4, refinement_calls: int = 40) -> None: ...
+    def __init__(self, evaluation_budget: int = 0, gradient_cost: int = 1, warm_up_points: int = 32,
+                 jump_fraction: float = 1.0, descent_calls: int = 200, cooling_factor: float = 0.01,
+                 final_temperature_ratio: float = 1e-100, fresh_start_interval: int = 0) -> None: ...
     def __copy__(self) -> AnnealingSettings4HSA: ...
     def __deepcopy__(self, memo: dict) -> AnnealingSettings4HSA: ...
 
@@ -243,6 +243,8 @@ class AnnealingResult4HSA:
     def best_value(self) -> float: ...
     @property
     def final_position(self) -> FloatArray: ...
+    @property
+    def evaluations(self) -> int: ...
     @property
     def objective_evaluations(self) -> int: ...
     @property

@@ -254,46 +254,49 @@ Settings of anneal_in_box; every field has the library's default.
 
 Example:
     >>> import kestrel
-    >>> kestrel.AnnealingSettings4HSA(chains=10).chains
-    10
+    >>> kestrel.AnnealingSettings4HSA(evaluation_budget=2000).evaluation_budget
+    2000
 )doc");
     AnnealingSettings4HSA const defaults;
     settings.def(
-        py::init([](int warmUpPoints, double stepFraction, int stepsPerSample, double coolingFactor,
-                    double finalTemperatureRatio, int chains, int freshStartInterval, int refinementCalls) {
-            return AnnealingSettings4HSA{warmUpPoints,       stepFraction,          stepsPerSample,
-                                         coolingFactor,      finalTemperatureRatio, chains,
-                                         freshStartInterval, refinementCalls};
+        py::init([](std::uint64_t evaluationBudget, int gradientCost, int warmUpPoints, double jumpFraction,
+                    int descentCalls, double coolingFactor, double finalTemperatureRatio,
+                    int freshStartInterval) {
+            return AnnealingSettings4HSA{evaluationBudget,      gradientCost,      warmUpPoints,
+                                         jumpFraction,          descentCalls,      coolingFactor,
+                                         finalTemperatureRatio, freshStartInterval};
         }),
-        py::arg("warm_up_points") = defaults.warmUpPoints, py::arg("step_fraction") = defaults.stepFraction,
-        py::arg("steps_per_sample") = defaults.stepsPerSample,
+        py::arg("evaluation_budget") = defaults.evaluationBudget,
+        py::arg("gradient_cost") = defaults.gradientCost, py::arg("warm_up_points") = defaults.warmUpPoints,
+        py::arg("jump_fraction") = defaults.jumpFraction, py::arg("descent_calls") = defaults.descentCalls,
         py::arg("cooling_factor") = defaults.coolingFactor,
         py::arg("final_temperature_ratio") = defaults.finalTemperatureRatio,
-        py::arg("chains") = defaults.chains, py::arg("fresh_start_interval") = defaults.freshStartInterval,
-        py::arg("refinement_calls") = defaults.refinementCalls,
-        "Settings; keyword arguments override the defaults. Example: ``AnnealingSettings4HSA(chains=20)``");
+        py::arg("fresh_start_interval") = defaults.freshStartInterval,
+        "Settings; keyword arguments override the defaults. Example: "
+        "``AnnealingSettings4HSA(evaluation_budget=20000)``");
+    settings.def_readwrite("evaluation_budget", &AnnealingSettings4HSA::evaluationBudget,
+                           "Evaluations in all, warm-up included (0: 5000 per coordinate).");
+    settings.def_readwrite("gradient_cost", &AnnealingSettings4HSA::gradientCost,
+                           "Evaluations charged per gradient call.");
     settings.def_readwrite("warm_up_points", &AnnealingSettings4HSA::warmUpPoints,
                            "Uniform points evaluated first.");
-    settings.def_readwrite("step_fraction", &AnnealingSettings4HSA::stepFraction,
-                           "Nominal leapfrog step as a fraction of the smallest box width.");
-    settings.def_readwrite("steps_per_sample", &AnnealingSettings4HSA::stepsPerSample,
-                           "Leapfrog steps per trajectory.");
+    settings.def_readwrite("jump_fraction", &AnnealingSettings4HSA::jumpFraction,
+                           "Longest jump scale, a fraction of the box width.");
+    settings.def_readwrite("descent_calls", &AnnealingSettings4HSA::descentCalls,
+                           "Value + gradient calls of one descent at most.");
     settings.def_readwrite("cooling_factor", &AnnealingSettings4HSA::coolingFactor,
                            "T <- factor * T per sample.");
     settings.def_readwrite("final_temperature_ratio", &AnnealingSettings4HSA::finalTemperatureRatio,
                            "A chain stops at this fraction of its starting temperature.");
-    settings.def_readwrite("chains", &AnnealingSettings4HSA::chains, "Annealing chains, one after another.");
     settings.def_readwrite("fresh_start_interval", &AnnealingSettings4HSA::freshStartInterval,
                            "Every this many chains one starts at a fresh uniform point (0: none).");
-    settings.def_readwrite("refinement_calls", &AnnealingSettings4HSA::refinementCalls,
-                           "Calls of the local descent after each chain.");
     settings.def("__repr__", [](AnnealingSettings4HSA const& s) {
         return py::str(
-                   "AnnealingSettings4HSA(warm_up_points={}, step_fraction={!r}, steps_per_sample={}, "
-                   "cooling_factor={!r}, final_temperature_ratio={!r}, chains={}, fresh_start_interval={}, "
-                   "refinement_calls={})")
-            .format(s.warmUpPoints, s.stepFraction, s.stepsPerSample, s.coolingFactor,
-                    s.finalTemperatureRatio, s.chains, s.freshStartInterval, s.refinementCalls);
+                   "AnnealingSettings4HSA(evaluation_budget={}, gradient_cost={}, warm_up_points={}, "
+                   "jump_fraction={!r}, descent_calls={}, cooling_factor={!r}, "
+                   "final_temperature_ratio={!r}, fresh_start_interval={})")
+            .format(s.evaluationBudget, s.gradientCost, s.warmUpPoints, s.jumpFraction, s.descentCalls,
+                    s.coolingFactor, s.finalTemperatureRatio, s.freshStartInterval);
     });
     addCopying(settings);
 
@@ -309,6 +312,8 @@ Example: ``found = kestrel.anneal_in_box(f.objective, f.gradient, f.box, seed=7)
     result.def_property_readonly(
         "final_position", [](AnnealingResult4HSA const& self) { return toArray(self.finalPosition); },
         "The last sample of the last chain.");
+    result.def_readonly("evaluations", &AnnealingResult4HSA::evaluations,
+                        "Evaluations charged: objective calls + gradient_cost * gradient calls.");
     result.def_readonly("objective_evaluations", &AnnealingResult4HSA::objectiveEvaluations,
                         "Objective calls.");
     result.def_readonly("gradient_evaluations", &AnnealingResult4HSA::gradientEvaluations, "Gradient calls.");
@@ -413,7 +418,7 @@ void bindAnnealingReady(py::module_& module) {
     bindTestFunctions(module);
     module.def("refine_in_box", &refineInBox, py::arg("interpolator"), py::arg("box"), py::arg("position"),
                py::arg("initial_step"), py::arg("maximum_calls"), R"doc(
-Polishes a point by projected gradient descent (Barzilai-Borwein steps, Armijo backtracking) through the
+Polishes a point by a limited-memory quasi-Newton descent in the box (Armijo backtracking) through the
 interpolator, at most ``maximum_calls`` objective + gradient calls; the result is the interpolator's
 ``best_position`` and ``best_value``. Raises ValueError for a position of another length, outside the
 box, or a step that is not positive.

@@ -1,5 +1,5 @@
-// One call that warms up, assembles the ready annealing classes and runs several annealing chains, each
-// followed by a local descent, on a box.
+// One call that warms up, assembles the ready annealing classes and runs annealing chains among the local
+// minima of the objective on a box until the evaluation budget is spent.
 #include <Kestrel/ReadyComponents4HSA.h>
 
 #include "RandomDeviates4HSA.h"
@@ -13,15 +13,21 @@ namespace Kestrel {
 
 namespace {
 
+// Evaluations per coordinate when the settings leave the budget open.
+constexpr std::uint64_t kDefaultEvaluationsPerCoordinate = 5000;
+
 void checkSettings(AnnealingSettings4HSA const& settings) {
+    if (settings.gradientCost < 1) {
+        throw std::invalid_argument("annealInBox4HSA: gradientCost must be at least 1");
+    }
     if (settings.warmUpPoints < 1) {
         throw std::invalid_argument("annealInBox4HSA: warmUpPoints must be at least 1");
     }
-    if (!(settings.stepFraction > 0.0)) {
-        throw std::invalid_argument("annealInBox4HSA: stepFraction must be positive");
+    if (!(settings.jumpFraction > 0.0 && settings.jumpFraction <= 1.0)) {
+        throw std::invalid_argument("annealInBox4HSA: jumpFraction must lie in (0, 1]");
     }
-    if (settings.stepsPerSample < 1) {
-        throw std::invalid_argument("annealInBox4HSA: stepsPerSample must be at least 1");
+    if (settings.descentCalls < 0) {
+        throw std::invalid_argument("annealInBox4HSA: descentCalls must not be negative");
     }
     if (!(settings.coolingFactor > 0.0 && settings.coolingFactor < 1.0)) {
         throw std::invalid_argument("annealInBox4HSA: coolingFactor must lie strictly between 0 and 1");
@@ -30,14 +36,8 @@ void checkSettings(AnnealingSettings4HSA const& settings) {
         throw std::invalid_argument(
             "annealInBox4HSA: finalTemperatureRatio must lie strictly between 0 and 1");
     }
-    if (settings.chains < 1) {
-        throw std::invalid_argument("annealInBox4HSA: chains must be at least 1");
-    }
     if (settings.freshStartInterval < 0) {
         throw std::invalid_argument("annealInBox4HSA: freshStartInterval must not be negative");
-    }
-    if (settings.refinementCalls < 0) {
-        throw std::invalid_argument("annealInBox4HSA: refinementCalls must not be negative");
     }
 }
 
@@ -56,46 +56,50 @@ AnnealingResult4HSA annealInBox4HSA(Objective4HSA const& objective, Gradient4HSA
                                     AnnealingSettings4HSA const& settings) {
     checkSettings(settings);
     BoxDomain4HSA const validated(box);  // rejects a bad box before anything is evaluated
-    double smallestWidth = box[0].second - box[0].first;
     for (std::pair<double, double> const& bounds : box) {
-        smallestWidth = std::fmin(smallestWidth, bounds.second - bounds.first);
+        if (!(bounds.second > bounds.first)) {
+            throw std::invalid_argument(
+                "annealInBox4HSA: the box must have a positive width in every coordinate");
+        }
     }
-    double const step = settings.stepFraction * smallestWidth;
-    if (!(step > 0.0)) {
-        throw std::invalid_argument(
-            "annealInBox4HSA: the box must have a positive width in every coordinate");
-    }
+    std::uint64_t const budget = settings.evaluationBudget > 0
+                                     ? settings.evaluationBudget
+                                     : kDefaultEvaluationsPerCoordinate * box.size();
 
     std::mt19937 engine(seed);
     std::deque<std::vector<double>> warmUp;
-    for (int k = 0; k < settings.warmUpPoints; ++k) {
+    for (int k = 0; k < settings.warmUpPoints && static_cast<std::uint64_t>(k) < budget; ++k) {
         warmUp.push_back(uniformPoint(box, engine));
     }
     auto interpolator = std::make_shared<ObjectiveInterpolator4HSA>(objective, gradient);
+    interpolator->limitEvaluations(budget, static_cast<std::uint64_t>(settings.gradientCost));
     interpolator->improveQualityAt(warmUp);
 
-    auto bath = std::make_shared<LeapfrogThermalBath4HSA>(static_cast<std::uint32_t>(engine()), step,
-                                                          settings.stepsPerSample);
+    auto bath = std::make_shared<BasinHoppingThermalBath4HSA>(static_cast<std::uint32_t>(engine()), box,
+                                                              settings.descentCalls, settings.jumpFraction);
     AnnealingResult4HSA result;
-    for (int chain = 0; chain < settings.chains; ++chain) {
-        // A chain reheats from the best point so far (or, now and then, starts afresh somewhere else, so
-        // that a basin far from the best one is still found), to the temperature that the statistics of
-        // every value seen so far suggest: as the values concentrate in low basins, the reheats grow
-        // milder.
-        bool const fresh = settings.freshStartInterval > 0 &&
-                           chain % settings.freshStartInterval == settings.freshStartInterval - 1;
-        auto domain = std::make_shared<BoxDomain4HSA>(
-            box, fresh ? uniformPoint(box, engine) : interpolator->getBestPosition());
-        HamiltonianSimulatedAnnealing annealer(domain, interpolator, bath);
-        double const startTemperature = bath->suggestTemperatureAndChange().first;
-        GeometricCoolingSchedule4HSA schedule(
-            settings.coolingFactor, std::fmax(0.0, settings.finalTemperatureRatio * startTemperature));
-        annealer.driveHSA(schedule, result.finalPosition);
-        // The leapfrog step resolves the objective's curvature, so h * h is a descent step it tolerates.
-        refineInBox4HSA(*interpolator, box, result.finalPosition, step * step, settings.refinementCalls);
+    result.finalPosition = interpolator->getBestPosition();
+    try {
+        for (int chain = 0;; ++chain) {
+            // A chain reheats from the best point so far (or, now and then, starts afresh somewhere else,
+            // so that a basin far from the best one is still found), to the temperature that the
+            // statistics of every value seen so far suggest, and cools while hopping between basins.
+            bool const fresh = settings.freshStartInterval > 0 &&
+                               chain % settings.freshStartInterval == settings.freshStartInterval - 1;
+            auto domain = std::make_shared<BoxDomain4HSA>(
+                box, fresh ? uniformPoint(box, engine) : interpolator->getBestPosition());
+            HamiltonianSimulatedAnnealing annealer(domain, interpolator, bath);
+            double const startTemperature = bath->suggestTemperatureAndChange().first;
+            GeometricCoolingSchedule4HSA schedule(
+                settings.coolingFactor, std::fmax(0.0, settings.finalTemperatureRatio * startTemperature));
+            annealer.driveHSA(schedule, result.finalPosition);
+        }
+    } catch (EvaluationBudgetSpent4HSA const&) {
+        // The budget is spent: the search ends with the best point seen.
     }
     result.bestPosition = interpolator->getBestPosition();
     result.bestValue = interpolator->getBestValue();
+    result.evaluations = interpolator->getNumberOfEvaluationsCharged();
     result.objectiveEvaluations = interpolator->getNumberOfObjectiveCalls();
     result.gradientEvaluations = interpolator->getNumberOfGradientCalls();
     result.samples = bath->getNumberOfSamples();

@@ -1,14 +1,33 @@
 // The caller's objective and gradient as the annealing objective, with statistics of every value computed.
 #include <Kestrel/ReadyComponents4HSA.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
 
 namespace Kestrel {
 
+EvaluationBudgetSpent4HSA::EvaluationBudgetSpent4HSA()
+    : std::runtime_error("ObjectiveInterpolator4HSA: the evaluation budget is spent") {}
+
 ObjectiveInterpolator4HSA::ObjectiveInterpolator4HSA(Objective4HSA objective, Gradient4HSA gradient)
     : objective_(std::move(objective)), gradient_(std::move(gradient)) {}
+
+void ObjectiveInterpolator4HSA::limitEvaluations(std::uint64_t budget, std::uint64_t gradientCost) {
+    if (gradientCost < 1) {
+        throw std::invalid_argument("ObjectiveInterpolator4HSA: a gradient call must cost at least 1");
+    }
+    budget_ = budget;
+    gradientCost_ = gradientCost;
+}
+
+void ObjectiveInterpolator4HSA::charge(std::uint64_t cost) const {
+    if (cost > budget_ - std::min(budget_, charged_)) {
+        throw EvaluationBudgetSpent4HSA();
+    }
+    charged_ += cost;
+}
 
 std::vector<double> const& ObjectiveInterpolator4HSA::getBestPosition() const {
     requireValues();
@@ -26,6 +45,7 @@ double ObjectiveInterpolator4HSA::calculateValuePrivate(std::vector<double> cons
 
 void ObjectiveInterpolator4HSA::calculateGradientPrivate(std::vector<double> const& position,
                                                          std::vector<double>& gradient) const {
+    charge(gradientCost_);
     ++gradientCalls_;
     gradient_(position, gradient);
     for (double& component : gradient) {
@@ -41,7 +61,7 @@ Interpolator4HSA::Arrays ObjectiveInterpolator4HSA::improveQualityAtPrivate(
         values->push_back(record(position));
     }
     std::shared_ptr<std::vector<double>> best;
-    if (!values_.empty()) {
+    if (count_ > 0) {
         best = std::make_shared<std::vector<double>>(bestPosition_);
     }
     return {values, best};
@@ -49,21 +69,12 @@ Interpolator4HSA::Arrays ObjectiveInterpolator4HSA::improveQualityAtPrivate(
 
 double ObjectiveInterpolator4HSA::calculateAveragePrivate() const {
     requireValues();
-    double sum = 0.0;
-    for (double const value : values_) {
-        sum += value;
-    }
-    return sum / static_cast<double>(values_.size());
+    return sum_ / static_cast<double>(count_);
 }
 
 double ObjectiveInterpolator4HSA::calculateStdDeviationPrivate() const {
-    double const average = calculateAveragePrivate();
-    double sum = 0.0;
-    for (double const value : values_) {
-        double const d = value - average;
-        sum += d * d;
-    }
-    return std::sqrt(sum / static_cast<double>(values_.size()));
+    requireValues();
+    return std::sqrt(squaredDeviations_ / static_cast<double>(count_));
 }
 
 std::pair<double, double> const ObjectiveInterpolator4HSA::calculateMinMaxPrivate() const {
@@ -72,20 +83,27 @@ std::pair<double, double> const ObjectiveInterpolator4HSA::calculateMinMaxPrivat
 }
 
 double ObjectiveInterpolator4HSA::record(std::vector<double> const& position) const {
+    charge(1);
     ++objectiveCalls_;
     double const value = objective_(position);
-    if (values_.empty() || value < bestValue_) {
+    bool const first = count_ == 0;
+    if (first || value < bestValue_) {
         bestValue_ = value;
         bestPosition_ = position;
     }
-    minimum_ = values_.empty() || value < minimum_ ? value : minimum_;
-    maximum_ = values_.empty() || value > maximum_ ? value : maximum_;
-    values_.push_back(value);
+    minimum_ = first || value < minimum_ ? value : minimum_;
+    maximum_ = first || value > maximum_ ? value : maximum_;
+    // Welford's update of the squared deviations, so that the statistics cost O(1) however many values.
+    ++count_;
+    sum_ += value;
+    double const before = runningMean_;
+    runningMean_ += (value - before) / static_cast<double>(count_);
+    squaredDeviations_ += (value - before) * (value - runningMean_);
     return value;
 }
 
 void ObjectiveInterpolator4HSA::requireValues() const {
-    if (values_.empty()) {
+    if (count_ == 0) {
         throw std::logic_error("ObjectiveInterpolator4HSA: no objective value has been computed yet");
     }
 }

@@ -21,6 +21,13 @@ void requireGradientLength(std::vector<double> const& x, std::vector<double> con
     }
 }
 
+// levy reads its first and last coordinates.
+void requireSomeCoordinates(std::vector<double> const& x) {
+    if (x.empty()) {
+        throw std::invalid_argument("levy: the position has no coordinates");
+    }
+}
+
 // himmelblau is defined in two dimensions only.
 void requireTwoCoordinates(std::vector<double> const& p) {
     if (p.size() != 2) {
@@ -103,8 +110,141 @@ void himmelblauGradient(std::vector<double> const& p, std::vector<double>& g) {
     g[1] = 2.0 * a + 4.0 * p[1] * b;
 }
 
+double griewank(std::vector<double> const& x) {
+    double squares = 0.0;
+    double product = 1.0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        squares += x[i] * x[i];
+        product *= std::cos(x[i] / std::sqrt(static_cast<double>(i + 1)));
+    }
+    return 1.0 + squares / 4000.0 - product;
+}
+
+void griewankGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        double others = 1.0;
+        for (std::size_t j = 0; j < x.size(); ++j) {
+            if (j != i) {
+                others *= std::cos(x[j] / std::sqrt(static_cast<double>(j + 1)));
+            }
+        }
+        double const root = std::sqrt(static_cast<double>(i + 1));
+        g[i] = x[i] / 2000.0 + std::sin(x[i] / root) / root * others;
+    }
+}
+
+// 418.98... * n is n times the height of -x sin(sqrt(|x|)) at its lowest point in [-500, 500], so the
+// minimum value is 0 up to rounding (about 1e-12 n).
+constexpr double kSchwefelHeight = 418.98288727243371;
+
+double schwefel(std::vector<double> const& x) {
+    double sum = kSchwefelHeight * static_cast<double>(x.size());
+    for (double const xi : x) {
+        sum -= xi * std::sin(std::sqrt(std::fabs(xi)));
+    }
+    return sum;
+}
+
+void schwefelGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        double const root = std::sqrt(std::fabs(x[i]));
+        g[i] = -(std::sin(root) + 0.5 * root * std::cos(root));
+    }
+}
+
+// Levy's function in the variables w = 1 + (x - 1) / 4.
+double levy(std::vector<double> const& x) {
+    requireSomeCoordinates(x);
+    std::size_t const n = x.size();
+    double const first = std::sin(kPi * (1.0 + (x[0] - 1.0) / 4.0));
+    double sum = first * first;
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        double const w = 1.0 + (x[i] - 1.0) / 4.0;
+        double const s = std::sin(kPi * w + 1.0);
+        sum += (w - 1.0) * (w - 1.0) * (1.0 + 10.0 * s * s);
+    }
+    double const w = 1.0 + (x[n - 1] - 1.0) / 4.0;
+    double const s = std::sin(2.0 * kPi * w);
+    return sum + (w - 1.0) * (w - 1.0) * (1.0 + s * s);
+}
+
+void levyGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireSomeCoordinates(x);
+    requireGradientLength(x, g);
+    std::size_t const n = x.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        g[i] = 0.0;
+    }
+    double const w0 = 1.0 + (x[0] - 1.0) / 4.0;
+    g[0] = 2.0 * kPi * std::sin(kPi * w0) * std::cos(kPi * w0);
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        double const w = 1.0 + (x[i] - 1.0) / 4.0;
+        double const s = std::sin(kPi * w + 1.0);
+        g[i] += 2.0 * (w - 1.0) * (1.0 + 10.0 * s * s) +
+                (w - 1.0) * (w - 1.0) * 20.0 * kPi * s * std::cos(kPi * w + 1.0);
+    }
+    double const w = 1.0 + (x[n - 1] - 1.0) / 4.0;
+    double const s = std::sin(2.0 * kPi * w);
+    g[n - 1] +=
+        2.0 * (w - 1.0) * (1.0 + s * s) + (w - 1.0) * (w - 1.0) * 4.0 * kPi * s * std::cos(2.0 * kPi * w);
+    for (std::size_t i = 0; i < n; ++i) {
+        g[i] = g[i] / 4.0;
+    }
+}
+
+double styblinskiTang(std::vector<double> const& x) {
+    double sum = 0.0;
+    for (double const xi : x) {
+        sum += xi * xi * xi * xi - 16.0 * xi * xi + 5.0 * xi;
+    }
+    return 0.5 * sum;
+}
+
+void styblinskiTangGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        g[i] = 2.0 * x[i] * x[i] * x[i] - 16.0 * x[i] + 2.5;
+    }
+}
+
+// Where the derivative 2 x^3 - 16 x + 2.5 of each term vanishes at the lower of its two minima.
+constexpr double kStyblinskiTangMinimiser = -2.903534027771178;
+// Half of x^4 - 16 x^2 + 5 x at that point.
+constexpr double kStyblinskiTangMinimum = -39.16616570377142;
+
+double rosenbrock(std::vector<double> const& x) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i + 1 < x.size(); ++i) {
+        double const inner = x[i + 1] - x[i] * x[i];
+        sum += 100.0 * inner * inner + (1.0 - x[i]) * (1.0 - x[i]);
+    }
+    return sum;
+}
+
+void rosenbrockGradient(std::vector<double> const& x, std::vector<double>& g) {
+    requireGradientLength(x, g);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        g[i] = 0.0;
+    }
+    for (std::size_t i = 0; i + 1 < x.size(); ++i) {
+        double const inner = x[i + 1] - x[i] * x[i];
+        g[i] += -400.0 * x[i] * inner - 2.0 * (1.0 - x[i]);
+        g[i + 1] += 200.0 * inner;
+    }
+}
+
 Box4HSA cube(int dimension, double half) {
     return Box4HSA(static_cast<std::size_t>(dimension), {-half, half});
+}
+
+std::string knownNames() {
+    std::string list;
+    for (std::string const& known : getTestFunctionNames4HSA()) {
+        list += (list.empty() ? "" : ", ") + known;
+    }
+    return list;
 }
 
 }  // namespace
@@ -116,6 +256,7 @@ TestFunction4HSA makeTestFunction4HSA(std::string const& name, int dimension) {
     std::vector<double> const origin(static_cast<std::size_t>(dimension), 0.0);
     TestFunction4HSA f;
     f.name = name;
+    double minimumValue = 0.0;
     if (name == "sphere") {
         f.objective = &sphere;
         f.gradient = &sphereGradient;
@@ -142,16 +283,43 @@ TestFunction4HSA makeTestFunction4HSA(std::string const& name, int dimension) {
                           {-2.805118086952745, 3.131312518250573},
                           {-3.779310253377747, -3.283185991286170},
                           {3.584428340330492, -1.848126526964404}};
+    } else if (name == "griewank") {
+        f.objective = &griewank;
+        f.gradient = &griewankGradient;
+        f.box = cube(dimension, 600.0);
+        f.globalMinima = {origin};
+    } else if (name == "schwefel") {
+        f.objective = &schwefel;
+        f.gradient = &schwefelGradient;
+        f.box = cube(dimension, 500.0);
+        f.globalMinima = {std::vector<double>(origin.size(), 420.9687463599820)};
+    } else if (name == "levy") {
+        f.objective = &levy;
+        f.gradient = &levyGradient;
+        f.box = cube(dimension, 10.0);
+        f.globalMinima = {std::vector<double>(origin.size(), 1.0)};
+    } else if (name == "styblinski-tang") {
+        f.objective = &styblinskiTang;
+        f.gradient = &styblinskiTangGradient;
+        f.box = cube(dimension, 5.0);
+        f.globalMinima = {std::vector<double>(origin.size(), kStyblinskiTangMinimiser)};
+        minimumValue = kStyblinskiTangMinimum * static_cast<double>(dimension);
+    } else if (name == "rosenbrock") {
+        f.objective = &rosenbrock;
+        f.gradient = &rosenbrockGradient;
+        f.box = Box4HSA(origin.size(), {-5.0, 10.0});
+        f.globalMinima = {std::vector<double>(origin.size(), 1.0)};
     } else {
         throw std::invalid_argument("makeTestFunction4HSA: unknown test function \"" + name +
-                                    "\" (known: ackley, himmelblau, rastrigin, sphere)");
+                                    "\" (known: " + knownNames() + ")");
     }
-    f.minimumValue = 0.0;
+    f.minimumValue = minimumValue;
     return f;
 }
 
 std::vector<std::string> getTestFunctionNames4HSA() {
-    return {"ackley", "himmelblau", "rastrigin", "sphere"};
+    return {"ackley",     "griewank", "himmelblau", "levy",           "rastrigin",
+            "rosenbrock", "schwefel", "sphere",     "styblinski-tang"};
 }
 
 }  // namespace Kestrel

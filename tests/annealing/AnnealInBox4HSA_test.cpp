@@ -112,12 +112,13 @@ TEST(TestFunctions4HSA, ValuesAtTheGlobalMinimaAreTheMinimumValue) {
 }
 
 TEST(TestFunctions4HSA, UnknownNamesAndDimensionsAreRejected) {
-    EXPECT_THROW(Kestrel::makeTestFunction4HSA("rosenbrock", 2), std::invalid_argument);
+    EXPECT_THROW(Kestrel::makeTestFunction4HSA("bohachevsky", 2), std::invalid_argument);
     EXPECT_THROW(Kestrel::makeTestFunction4HSA("sphere", 0), std::invalid_argument);
     EXPECT_THROW(Kestrel::makeTestFunction4HSA("himmelblau", 3), std::invalid_argument);
     EXPECT_EQ(Kestrel::makeTestFunction4HSA("rastrigin", 5).box.size(), 5u);
     EXPECT_EQ(Kestrel::getTestFunctionNames4HSA(),
-              (std::vector<std::string>{"ackley", "himmelblau", "rastrigin", "sphere"}));
+              (std::vector<std::string>{"ackley", "griewank", "himmelblau", "levy", "rastrigin", "rosenbrock",
+                                        "schwefel", "sphere", "styblinski-tang"}));
 }
 
 // ---- the ready annealer ------------------------------------------------------------------------------
@@ -148,44 +149,56 @@ TEST(AnnealInBox4HSA, FindsTheRastriginMinimumFromEachOfTenSeeds) {
     }
 }
 
-TEST(AnnealInBox4HSA, FindsTheRastriginMinimumInThreeDimensionsFromMostOfTenSeeds) {
-    // In 3-D the default budget finds the global basin in about seven runs out of ten (36 of seeds 1 to
-    // 50, see bench/annealing); seeds 1 to 10 give 8, and 6 leaves room for rounding differences between
-    // platforms.
-    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 3);
-    int successes = 0;
-    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
-        AnnealingResult4HSA const found = anneal(f, seed);
-        successes += distanceToNearestMinimum(f, found.bestPosition) <= kTolerance ? 1 : 0;
+TEST(AnnealInBox4HSA, FindsEachSuiteMinimumInFiveDimensionsWithAThousandEvaluationsPerCoordinate) {
+    // The seeds are fixed; at this budget the comparison program finds these minima from nearly every
+    // seed (Griewank's shallow funnel needs a larger budget in five dimensions and is checked in two).
+    struct Case {
+        char const* name;
+        int dimension;
+        std::uint64_t budget;
+    };
+    for (Case const& c : {Case{"rastrigin", 5, 5000}, Case{"ackley", 5, 5000}, Case{"griewank", 2, 10000},
+                          Case{"schwefel", 5, 5000}, Case{"levy", 5, 5000}, Case{"styblinski-tang", 5, 5000},
+                          Case{"rosenbrock", 5, 5000}}) {
+        TestFunction4HSA const f = Kestrel::makeTestFunction4HSA(c.name, c.dimension);
+        AnnealingSettings4HSA settings;
+        settings.evaluationBudget = c.budget;
+        for (std::uint32_t seed = 1; seed <= 3; ++seed) {
+            AnnealingResult4HSA const found =
+                Kestrel::annealInBox4HSA(f.objective, f.gradient, f.box, seed, settings);
+            EXPECT_LE(found.bestValue - f.minimumValue, 1e-2) << c.name << " seed " << seed;
+            EXPECT_LE(found.evaluations, c.budget) << c.name << " seed " << seed;
+        }
     }
-    EXPECT_GE(successes, 6);
 }
 
-TEST(AnnealInBox4HSA, ManyChainsWithRefinementBeatOneLongChainOnRastrigin) {
-    // About the same budget spent on one slow chain, as the annealer did before it ran short chains: that
-    // chain freezes in a neighbouring basin in most runs.
-    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 2);
-    AnnealingSettings4HSA single;
-    single.chains = 1;
-    single.refinementCalls = 0;
-    single.stepFraction = 0.005;
-    single.stepsPerSample = 20;
-    single.coolingFactor = 0.95;
-    single.finalTemperatureRatio = 1e-5;
-    single.freshStartInterval = 0;
-    int singleSuccesses = 0;
-    int chainSuccesses = 0;
-    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
-        AnnealingResult4HSA const one =
-            Kestrel::annealInBox4HSA(f.objective, f.gradient, f.box, seed, single);
-        AnnealingResult4HSA const many = anneal(f, seed);
-        EXPECT_LE(many.objectiveEvaluations + many.gradientEvaluations,
-                  one.objectiveEvaluations + one.gradientEvaluations)
-            << "seed " << seed;
-        singleSuccesses += distanceToNearestMinimum(f, one.bestPosition) <= kTolerance ? 1 : 0;
-        chainSuccesses += distanceToNearestMinimum(f, many.bestPosition) <= kTolerance ? 1 : 0;
+TEST(AnnealInBox4HSA, BeatsRandomRestartsOfTheDescentOnRastriginInTenDimensions) {
+    // The same budget spent on quasi-Newton descents from uniform points leaves Rastrigin's ten
+    // coordinates in many different basins every time.
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 10);
+    AnnealingSettings4HSA settings;
+    settings.evaluationBudget = 10000;
+    int successes = 0;
+    int restartSuccesses = 0;
+    for (std::uint32_t seed = 1; seed <= 4; ++seed) {
+        AnnealingResult4HSA const found =
+            Kestrel::annealInBox4HSA(f.objective, f.gradient, f.box, seed, settings);
+        successes += found.bestValue <= 1e-2 ? 1 : 0;
+        CountingCallbacks counted(f);
+        std::mt19937 engine(seed);
+        std::uniform_real_distribution<double> unit(0.0, 1.0);
+        while (counted.values + counted.gradients + 200 <= settings.evaluationBudget) {
+            Kestrel::ObjectiveInterpolator4HSA const model(counted.objective, counted.gradient);
+            std::vector<double> start(10);
+            for (double& x : start) {
+                x = -5.12 + 10.24 * unit(engine);
+            }
+            Kestrel::refineInBox4HSA(model, f.box, start, 0.1, 200);
+        }
+        restartSuccesses += counted.lowest <= 1e-2 ? 1 : 0;
     }
-    EXPECT_GE(chainSuccesses, singleSuccesses + 5);
+    EXPECT_EQ(successes, 4);
+    EXPECT_EQ(restartSuccesses, 0);
 }
 
 TEST(AnnealInBox4HSA, FindsTheSphereMinimumInThreeDimensions) {
@@ -223,41 +236,37 @@ TEST(AnnealInBox4HSA, ResultDoesNotDependOnTheNumberOfThreads) {
 TEST(AnnealInBox4HSA, CountsEveryEvaluationAndReportsTheBestValueSeen) {
     TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("himmelblau", 2);
     CountingCallbacks counted(f);
-    AnnealingSettings4HSA settings;
-    settings.coolingFactor = 0.8;
-    settings.finalTemperatureRatio = 1e-5;
-    settings.chains = 1;
-    settings.refinementCalls = 0;
     AnnealingResult4HSA const found =
-        Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 3u, settings);
+        Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 3u);
     EXPECT_EQ(found.objectiveEvaluations, counted.values);
     EXPECT_EQ(found.gradientEvaluations, counted.gradients);
+    EXPECT_EQ(found.evaluations, counted.values + counted.gradients);
     EXPECT_EQ(found.bestValue, counted.lowest);
     EXPECT_EQ(f.objective(found.bestPosition), found.bestValue);
-    // One chain without refinement: warm-up, then two values per sample.
-    EXPECT_EQ(found.objectiveEvaluations, 32u + 2u * found.samples);
-    EXPECT_GE(found.gradientEvaluations, found.samples * (settings.stepsPerSample + 1u));
-    // T0 * 0.8^k <= 1e-5 * T0 first at k = 52: the initial sample and 52 more.
-    EXPECT_EQ(found.samples, 53u);
+    // The default budget, 5000 evaluations per coordinate, is spent to the last evaluation.
+    EXPECT_EQ(found.evaluations, 10000u);
+    EXPECT_GT(found.samples, 0u);
 }
 
-TEST(AnnealInBox4HSA, EachChainCostsItsSamplesPlusAtMostTheRefinementCalls) {
-    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("himmelblau", 2);
-    CountingCallbacks counted(f);
-    AnnealingSettings4HSA settings;
-    settings.chains = 5;
-    settings.refinementCalls = 9;
-    AnnealingResult4HSA const found =
-        Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 4u, settings);
-    EXPECT_EQ(found.objectiveEvaluations, counted.values);
-    EXPECT_EQ(found.gradientEvaluations, counted.gradients);
-    EXPECT_EQ(found.bestValue, counted.lowest);
-    // Warm-up and two values per sample, then each chain's refinement: its start value at least, and at
-    // most 9 calls.
-    std::uint64_t const sampling = 32u + 2u * found.samples;
-    EXPECT_GE(found.objectiveEvaluations, sampling + 5u);
-    EXPECT_LE(found.objectiveEvaluations, sampling + 5u * 9u);
-    EXPECT_GE(found.samples, 10u);  // at least two samples per chain
+TEST(AnnealInBox4HSA, StopsWithinTheEvaluationBudgetWhateverAGradientCosts) {
+    TestFunction4HSA const f = Kestrel::makeTestFunction4HSA("rastrigin", 3);
+    for (std::uint64_t const budget : {1u, 2u, 33u, 40u, 500u, 4321u}) {
+        for (int const cost : {1, 3, 7}) {
+            CountingCallbacks counted(f);
+            AnnealingSettings4HSA settings;
+            settings.evaluationBudget = budget;
+            settings.gradientCost = cost;
+            AnnealingResult4HSA const found =
+                Kestrel::annealInBox4HSA(counted.objective, counted.gradient, f.box, 5u, settings);
+            std::uint64_t const charged =
+                counted.values + static_cast<std::uint64_t>(cost) * counted.gradients;
+            EXPECT_EQ(found.evaluations, charged) << budget << " " << cost;
+            EXPECT_LE(charged, budget) << budget << " " << cost;
+            // The search ends only when the next call would not fit.
+            EXPECT_GT(charged + static_cast<std::uint64_t>(cost), budget) << budget << " " << cost;
+            EXPECT_EQ(found.bestValue, counted.lowest);
+        }
+    }
 }
 
 TEST(AnnealInBox4HSA, InvalidInputsAreRejectedBeforeAnyEvaluation) {
@@ -277,14 +286,14 @@ TEST(AnnealInBox4HSA, InvalidInputsAreRejectedBeforeAnyEvaluation) {
         return settings;
     };
     for (AnnealingSettings4HSA const& settings :
-         {withSetting([](AnnealingSettings4HSA& s) { s.warmUpPoints = 0; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.stepFraction = 0.0; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.stepsPerSample = 0; }),
+         {withSetting([](AnnealingSettings4HSA& s) { s.gradientCost = 0; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.warmUpPoints = 0; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.jumpFraction = 0.0; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.jumpFraction = 1.5; }),
+          withSetting([](AnnealingSettings4HSA& s) { s.descentCalls = -1; }),
           withSetting([](AnnealingSettings4HSA& s) { s.coolingFactor = 1.0; }),
           withSetting([](AnnealingSettings4HSA& s) { s.finalTemperatureRatio = 1.0; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.chains = 0; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.freshStartInterval = -1; }),
-          withSetting([](AnnealingSettings4HSA& s) { s.refinementCalls = -1; })}) {
+          withSetting([](AnnealingSettings4HSA& s) { s.freshStartInterval = -1; })}) {
         EXPECT_THROW(Kestrel::annealInBox4HSA(objective, gradient, box, 1u, settings), std::invalid_argument);
     }
     EXPECT_EQ(calls, 0);
@@ -298,22 +307,31 @@ TEST(AnnealInBox4HSA, EmptyCallbacksRaiseBadFunctionCall) {
                  boost::bad_function_call);
 }
 
-TEST(AnnealInBox4HSA, ConstantObjectiveStopsEachChainAfterTwoSamples) {
+TEST(AnnealInBox4HSA, ConstantObjectiveSpendsTheBudgetOnTwoCallsPerSample) {
     Kestrel::Objective4HSA const flat = [](std::vector<double> const&) { return 1.0; };
     Kestrel::Gradient4HSA const level = levelGradient;
-    AnnealingResult4HSA const found = Kestrel::annealInBox4HSA(flat, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
-    // Temperature 0 from the statistics; the refinement finds no force and stops after its first value.
-    EXPECT_EQ(found.samples, 2u * static_cast<std::uint64_t>(AnnealingSettings4HSA().chains));
+    AnnealingSettings4HSA settings;
+    settings.evaluationBudget = 1000;
+    AnnealingResult4HSA const found =
+        Kestrel::annealInBox4HSA(flat, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u, settings);
+    // Every jump keeps the value, so it is accepted, and its descent finds no force after one gradient
+    // call; each chain (temperature 0) ends after two samples and the next one starts at the best point.
+    EXPECT_EQ(found.evaluations, 1000u);
+    EXPECT_EQ(found.objectiveEvaluations + found.gradientEvaluations, 1000u);
+    EXPECT_GE(found.gradientEvaluations + 1u, found.samples);
+    EXPECT_LE(found.gradientEvaluations, found.samples);
     EXPECT_EQ(found.bestValue, 1.0);
 }
 
-TEST(AnnealInBox4HSA, UndefinedObjectiveValuesEndTheRunQuickly) {
+TEST(AnnealInBox4HSA, UndefinedObjectiveValuesRejectEveryJump) {
     Kestrel::Objective4HSA const undefined = [](std::vector<double> const&) { return std::nan(""); };
     Kestrel::Gradient4HSA const level = levelGradient;
+    AnnealingSettings4HSA settings;
+    settings.evaluationBudget = 500;
     AnnealingResult4HSA const found =
-        Kestrel::annealInBox4HSA(undefined, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u);
-    // An undefined temperature stops each chain's cooling at once.
-    EXPECT_EQ(found.samples, 2u * static_cast<std::uint64_t>(AnnealingSettings4HSA().chains));
+        Kestrel::annealInBox4HSA(undefined, level, Kestrel::Box4HSA{{0.0, 1.0}}, 1u, settings);
+    EXPECT_EQ(found.gradientEvaluations, 0u);
+    EXPECT_EQ(found.evaluations, 500u);
     EXPECT_EQ(found.finalPosition.size(), 1u);
 }
 

@@ -209,7 +209,10 @@ TEST(TestFunctionInput, WrongLengthsAreRefused) {
             himmelblau.gradient({1.0, 2.0, 3.0}, gradient);
         },
         ThrowsMessage<std::invalid_argument>(HasSubstr("has 3 coordinates, not 2")));
-    for (std::string const name : {"sphere", "rastrigin", "ackley"}) {
+    for (std::string const& name : Kestrel::getTestFunctionNames4HSA()) {
+        if (name == "himmelblau") {
+            continue;
+        }
         Kestrel::TestFunction4HSA const f = Kestrel::makeTestFunction4HSA(name, 3);
         std::vector<double> shortGradient(1);
         EXPECT_THAT(
@@ -219,6 +222,9 @@ TEST(TestFunctionInput, WrongLengthsAreRefused) {
             ThrowsMessage<std::invalid_argument>(HasSubstr("the output has 1 entries for 3 coordinates")))
             << name;
     }
+    Kestrel::TestFunction4HSA const levy = Kestrel::makeTestFunction4HSA("levy", 3);
+    EXPECT_THAT([&] { levy.objective({}); },
+                ThrowsMessage<std::invalid_argument>(HasSubstr("the position has no coordinates")));
 }
 
 }  // namespace

@@ -155,11 +155,38 @@ TEST(ObjectiveInterpolator4HSA, KeepsStatisticsOfEveryValueComputed) {
     EXPECT_EQ(*arrays.first, (std::vector<double>{10.0, 1.0, 3.0}));
     EXPECT_EQ(*arrays.second, std::vector<double>{1.0});
     EXPECT_EQ(model.calculateAverage(), 16.0 / 4.0);
-    EXPECT_EQ(model.calculateStdDeviation(), std::sqrt((4.0 + 36.0 + 9.0 + 1.0) / 4.0));
+    EXPECT_DOUBLE_EQ(model.calculateStdDeviation(), std::sqrt((4.0 + 36.0 + 9.0 + 1.0) / 4.0));
     EXPECT_EQ(model.calculateMinMax(), (Pair{1.0, 10.0}));
     EXPECT_EQ(model.getBestPosition(), std::vector<double>{1.0});
     EXPECT_EQ(model.getBestValue(), 1.0);
     EXPECT_EQ(model.getNumberOfObjectiveCalls(), 4u);
+}
+
+TEST(ObjectiveInterpolator4HSA, RunningStatisticsAgreeWithTheTwoPassReference) {
+    std::mt19937 engine(31);
+    std::normal_distribution<double> spread(1e3, 250.0);
+    for (int trial = 0; trial < 20; ++trial) {
+        ObjectiveInterpolator4HSA model([](std::vector<double> const& x) { return x[0]; },
+                                        [](std::vector<double> const&, std::vector<double>&) {});
+        std::vector<double> values;
+        for (int k = 0; k < 1 + 97 * trial; ++k) {
+            values.push_back(spread(engine));
+            model.calculateValue({values.back()});
+        }
+        // Reference: the plain two-pass formulas.
+        double sum = 0.0;
+        for (double const v : values) {
+            sum += v;
+        }
+        double const average = sum / static_cast<double>(values.size());
+        double squares = 0.0;
+        for (double const v : values) {
+            squares += (v - average) * (v - average);
+        }
+        double const deviation = std::sqrt(squares / static_cast<double>(values.size()));
+        EXPECT_EQ(model.calculateAverage(), average);  // the same sum in the same order
+        EXPECT_NEAR(model.calculateStdDeviation(), deviation, 1e-9 * (1.0 + deviation));
+    }
 }
 
 TEST(ObjectiveInterpolator4HSA, GradientIsNegatedIntoTheForce) {
@@ -189,6 +216,34 @@ TEST(ObjectiveInterpolator4HSA, EmptyCallbacksRaiseBadFunctionCall) {
     std::vector<double> force(1);
     EXPECT_THROW(model.calculateValue({1.0}), boost::bad_function_call);
     EXPECT_THROW(model.calculateGradient({1.0}, force), boost::bad_function_call);
+}
+
+TEST(ObjectiveInterpolator4HSA, RefusesCallsBeyondItsEvaluationBudget) {
+    int calls = 0;
+    ObjectiveInterpolator4HSA model([&calls](std::vector<double> const& x) { return ++calls, x[0]; },
+                                    [&calls](std::vector<double> const&, std::vector<double>& g) {
+                                        ++calls;
+                                        g[0] = 1.0;
+                                    });
+    model.limitEvaluations(7, 3);
+    std::vector<double> force(1);
+    model.calculateValue({1.0});                                                              // 1
+    model.calculateGradient({1.0}, force);                                                    // 4
+    model.calculateValue({2.0});                                                              // 5
+    EXPECT_THROW(model.calculateGradient({1.0}, force), Kestrel::EvaluationBudgetSpent4HSA);  // 8 > 7
+    model.calculateValue({3.0});                                                              // 6
+    model.calculateValue({0.5});                                                              // 7
+    EXPECT_THROW(model.calculateValue({0.0}), Kestrel::EvaluationBudgetSpent4HSA);
+    EXPECT_EQ(calls, 5);
+    EXPECT_EQ(model.getNumberOfEvaluationsCharged(), 7u);
+    EXPECT_EQ(model.getBestValue(), 0.5);  // the refused call left no value behind
+    EXPECT_THROW(model.limitEvaluations(10, 0), std::invalid_argument);
+    try {
+        model.calculateValue({0.0});
+        FAIL() << "the budget was spent";
+    } catch (Kestrel::EvaluationBudgetSpent4HSA const& error) {
+        EXPECT_STREQ(error.what(), "ObjectiveInterpolator4HSA: the evaluation budget is spent");
+    }
 }
 
 // ---- thermal bath ------------------------------------------------------------------------------------
@@ -435,7 +490,17 @@ TEST(RefineInBox4HSA, StopsAtACornerThatTheForcePressesInto) {
 
 TEST(RefineInBox4HSA, SlidesAlongAWallTowardsTheLowestCorner) {
     ObjectiveInterpolator4HSA const model(&plane, &planeGradient);
-    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.9, 0.5}, 0.01, 100);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {0.0, 1.0}), {0.9, 0.5}, 0.2, 100);
     EXPECT_EQ(model.getBestPosition(), (std::vector<double>{0.0, 0.0}));
     EXPECT_LE(model.getNumberOfObjectiveCalls() + model.getNumberOfGradientCalls(), 100u);
+}
+
+TEST(RefineInBox4HSA, FollowsRosenbrocksCurvedValleyToItsMinimum) {
+    // A curvature model is what gets along the bent valley within a few dozen steps; plain gradient steps
+    // zigzag across it.
+    ObjectiveInterpolator4HSA const model(Kestrel::makeTestFunction4HSA("rosenbrock", 2).objective,
+                                          Kestrel::makeTestFunction4HSA("rosenbrock", 2).gradient);
+    Kestrel::refineInBox4HSA(model, Box4HSA(2, {-5.0, 10.0}), {-1.2, 1.0}, 0.1, 200);
+    EXPECT_LT(model.getBestValue(), 1e-10);
+    EXPECT_LE(model.getNumberOfObjectiveCalls() + model.getNumberOfGradientCalls(), 200u);
 }

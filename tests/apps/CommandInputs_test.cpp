@@ -206,45 +206,19 @@ TEST(AnnealInput, DimensionFollowsTheBox) {
     EXPECT_FALSE(input.coolingFactor.has_value());
 }
 
-TEST(AnnealInput, ChainSettingsAreReadAndBounded) {
+TEST(AnnealInput, BudgetSettingsAreReadAndBounded) {
     ktx::AnnealInput const input = ktx::parseAnnealInput(
-        R"({"function": "sphere", "settings": {"chains": 3, "freshStartInterval": 0, "refinementCalls": 7}})");
-    EXPECT_EQ(input.chains, 3);
-    EXPECT_EQ(input.freshStartInterval, 0);
-    EXPECT_EQ(input.refinementCalls, 7);
-    EXPECT_THAT(messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"chains": 0}})"),
-                StartsWith("field 'settings.chains': must be between 1"));
-}
-
-TEST(AnnealInput, WorkBoundCountsEveryChainAndItsRefinement) {
-    // 0.5^3 < 0.2 <= 0.5^2: three cooling steps, four samples per chain.
-    EXPECT_NO_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1000, 1000, 1000));  // 1000 * (4000 + 1000)
-    EXPECT_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1000, 1001, 1000), ktx::InputError);
-    EXPECT_THROW(ktx::requireBoundedAnnealWork(0.5, 0.2, 1, 1, 5000000), ktx::InputError);
-}
-
-TEST(AnnealInput, GradientBudgetStopsAfterItsLimit) {
-    ktx::GradientBudget budget(3);
-    EXPECT_NO_THROW(budget.spendOne());
-    EXPECT_NO_THROW(budget.spendOne());
-    EXPECT_NO_THROW(budget.spendOne());
-    try {
-        budget.spendOne();
-        FAIL() << "a fourth evaluation was allowed";
-    } catch (ktx::InputError const& error) {
-        EXPECT_THAT(error.what(),
-                    StartsWith("field 'settings': the run needs more than 3 gradient evaluations"));
-    }
-}
-
-TEST(AnnealInput, ABoxTooNarrowToStepInIsNamed) {
-    EXPECT_NO_THROW(ktx::requireSteppableBox({{0, 1}, {0, 1e-300}}, 0.008));
-    try {
-        ktx::requireSteppableBox({{0, 1}, {0, 5e-324}}, 0.008);
-        FAIL() << "a box of width 5e-324 was accepted";
-    } catch (ktx::InputError const& error) {
-        EXPECT_THAT(error.what(), StartsWith("field 'box[1]': width 5e-324 is too narrow to step in"));
-    }
+        R"({"function": "sphere", "settings": {"evaluationBudget": 1234, "gradientCost": 2, "descentCalls": 7}})");
+    EXPECT_EQ(input.evaluationBudget, 1234);
+    EXPECT_EQ(input.gradientCost, 2);
+    EXPECT_EQ(input.descentCalls, 7);
+    EXPECT_FALSE(input.jumpFraction.has_value());
+    EXPECT_THAT(
+        messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"evaluationBudget": 0}})"),
+        StartsWith("field 'settings.evaluationBudget': must be between 1"));
+    EXPECT_THAT(
+        messageOf(ktx::parseAnnealInput, R"({"function": "sphere", "settings": {"jumpFraction": 2}})"),
+        StartsWith("field 'settings.jumpFraction': must lie in (0, 1]"));
 }
 
 TEST(AnnealInput, SettingsOutsideTheirRangesAreNamed) {

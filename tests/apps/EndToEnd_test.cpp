@@ -343,6 +343,20 @@ TEST(KtxAnneal, FindsTheRastriginMinimumOfTheExampleReproducibly) {
     EXPECT_GT(result["objectiveEvaluations"].get<long>(), 0);
 }
 
+TEST(KtxAnneal, StaysWithinTheGivenBudgetWithCostlyGradients) {
+    KtxRun const run = runKtx(
+        {"anneal", "-"},
+        R"({"function": "styblinski-tang", "dimension": 3, "settings": {"evaluationBudget": 3000, "gradientCost": 3}})");
+    ASSERT_EQ(run.status, 0) << run.err;
+    nlohmann::json const result = jsonOf(run);
+    long const objective = result["objectiveEvaluations"].get<long>();
+    long const gradients = result["gradientEvaluations"].get<long>();
+    EXPECT_EQ(result["evaluations"].get<long>(), objective + 3 * gradients);
+    EXPECT_LE(objective + 3 * gradients, 3000);
+    EXPECT_GT(objective + 3 * gradients, 2997);
+    EXPECT_NEAR(result["bestValue"].get<double>(), result["knownMinimumValue"].get<double>(), 1e-2);
+}
+
 TEST(KtxHelp, EverySubcommandShowsAnExampleInput) {
     for (std::string const command :
          {"group", "curvature", "masters", "assign", "lhs", "sample2d", "anneal"}) {

@@ -25,7 +25,7 @@ class Python(kestrel.MasterOptimizer4Interpolation):
         return float(np.cos(indices * 1.7).sum())
 print(Python([[0, 1]] * 16, sum).calculate_optimal_master_indices(4).tolist())
 f = kestrel.make_test_function("ackley", 3)
-found = kestrel.anneal_in_box(f.objective, f.gradient, f.box, 3, kestrel.AnnealingSettings4HSA(chains=8))
+found = kestrel.anneal_in_box(f.objective, f.gradient, f.box, 3, kestrel.AnnealingSettings4HSA(evaluation_budget=3000))
 print(found.best_position.tobytes().hex(), found.objective_evaluations)
 """
 
@@ -53,7 +53,7 @@ def test_ctrl_c_interrupts_compute_groups():
 
 def test_ctrl_c_interrupts_an_annealing_run_of_compiled_functions():
     f = kestrel.make_test_function("rastrigin", 4)
-    settings = kestrel.AnnealingSettings4HSA(chains=1_000_000)
+    settings = kestrel.AnnealingSettings4HSA(evaluation_budget=10**12)
     timer = interrupt_after(0.3)
     with pytest.raises(KeyboardInterrupt):
         kestrel.anneal_in_box(f.objective, f.gradient, f.box, 1, settings)

@@ -18,20 +18,28 @@ void requireOpenUnit(double value, std::string const& field) {
 
 void readSettings(nlohmann::json const& value, AnnealInput& input) {
     JsonObjectReader reader(value, "settings");
+    if (reader.has("evaluationBudget")) {
+        input.evaluationBudget = reader.integer("evaluationBudget");
+        requireInRange(*input.evaluationBudget, 1, kMaxAnnealEvaluations, "settings.evaluationBudget");
+    }
+    if (reader.has("gradientCost")) {
+        input.gradientCost = reader.integer("gradientCost");
+        requireInRange(*input.gradientCost, 1, kMaxGradientCost, "settings.gradientCost");
+    }
     if (reader.has("warmUpPoints")) {
         input.warmUpPoints = reader.integer("warmUpPoints");
-        requireInRange(*input.warmUpPoints, 1, 1000000, "settings.warmUpPoints");
+        requireInRange(*input.warmUpPoints, 1, kMaxAnnealCount, "settings.warmUpPoints");
     }
-    if (reader.has("stepFraction")) {
-        input.stepFraction = reader.number("stepFraction");
-        if (!(*input.stepFraction > 0.0 && *input.stepFraction <= 1.0)) {
-            failField("settings.stepFraction",
-                      "must lie in (0, 1], got " + formatNumber(*input.stepFraction));
+    if (reader.has("jumpFraction")) {
+        input.jumpFraction = reader.number("jumpFraction");
+        if (!(*input.jumpFraction > 0.0 && *input.jumpFraction <= 1.0)) {
+            failField("settings.jumpFraction",
+                      "must lie in (0, 1], got " + formatNumber(*input.jumpFraction));
         }
     }
-    if (reader.has("stepsPerSample")) {
-        input.stepsPerSample = reader.integer("stepsPerSample");
-        requireInRange(*input.stepsPerSample, 1, kMaxStepsPerSample, "settings.stepsPerSample");
+    if (reader.has("descentCalls")) {
+        input.descentCalls = reader.integer("descentCalls");
+        requireInRange(*input.descentCalls, 0, kMaxAnnealCount, "settings.descentCalls");
     }
     if (reader.has("coolingFactor")) {
         input.coolingFactor = reader.number("coolingFactor");
@@ -41,18 +49,9 @@ void readSettings(nlohmann::json const& value, AnnealInput& input) {
         input.finalTemperatureRatio = reader.number("finalTemperatureRatio");
         requireOpenUnit(*input.finalTemperatureRatio, "settings.finalTemperatureRatio");
     }
-    if (reader.has("chains")) {
-        input.chains = reader.integer("chains");
-        requireInRange(*input.chains, 1, kMaxAnnealChains, "settings.chains");
-    }
     if (reader.has("freshStartInterval")) {
         input.freshStartInterval = reader.integer("freshStartInterval");
-        requireInRange(*input.freshStartInterval, 0, kMaxAnnealChains, "settings.freshStartInterval");
-    }
-    if (reader.has("refinementCalls")) {
-        input.refinementCalls = reader.integer("refinementCalls");
-        requireInRange(*input.refinementCalls, 0, static_cast<int>(kMaxAnnealSteps),
-                       "settings.refinementCalls");
+        requireInRange(*input.freshStartInterval, 0, kMaxAnnealCount, "settings.freshStartInterval");
     }
     reader.finish();
 }
@@ -92,40 +91,6 @@ AnnealInput parseAnnealInput(std::string const& text) {
     reader.finish();
 
     return input;
-}
-
-void requireSteppableBox(std::vector<std::pair<double, double>> const& box, double stepFraction) {
-    for (std::size_t i = 0; i < box.size(); ++i) {
-        double const width = box[i].second - box[i].first;
-        if (!(stepFraction * width > 0.0)) {
-            failField("box[" + std::to_string(i) + "]",
-                      "width " + formatNumber(width) + " is too narrow to step in: stepFraction " +
-                          formatNumber(stepFraction) + " times the width is 0 in double precision");
-        }
-    }
-}
-
-void GradientBudget::spendOne() {
-    spent_ += 1;
-    if (spent_ > limit_) {
-        failField("settings",
-                  "the run needs more than " + formatNumber(limit_) +
-                      " gradient evaluations (integration steps, also those cut short at the box's "
-                      "walls, and refinement calls); lower stepFraction, stepsPerSample or chains");
-    }
-}
-
-void requireBoundedAnnealWork(double coolingFactor, double finalTemperatureRatio, int stepsPerSample,
-                              int chains, int refinementCalls) {
-    double const samplesPerChain = 1.0 + std::ceil(std::log(finalTemperatureRatio) / std::log(coolingFactor));
-    double const work = static_cast<double>(chains) * (samplesPerChain * static_cast<double>(stepsPerSample) +
-                                                       static_cast<double>(refinementCalls));
-    if (!(work <= kMaxAnnealSteps)) {
-        failField("settings",
-                  "asks for about " + formatNumber(std::round(work)) +
-                      " leapfrog steps and refinement calls, more than " + formatNumber(kMaxAnnealSteps) +
-                      "; lower coolingFactor, chains or stepsPerSample, or raise finalTemperatureRatio");
-    }
 }
 
 }  // namespace ktx

@@ -49,9 +49,10 @@ char const* const sample2d = R"({
 )";
 
 char const* const anneal = R"({
-  "function": "himmelblau",
-  "box": [[-5, 5], [-5, 5]],
-  "seed": 7
+  "function": "schwefel",
+  "dimension": 5,
+  "seed": 7,
+  "settings": {"evaluationBudget": 5000}
 }
 )";
 
