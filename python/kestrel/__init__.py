@@ -17,6 +17,7 @@ Families:
                  AnnealingSettings4HSA, AnnealingResult4HSA, TestFunction4HSA, make_test_function,
                  test_function_names, anneal_in_box, refine_in_box
     sampling     CartesianProductSampler, DomainSampler2D, PolygonSampler2D
+    threads      set_max_number_of_threads, get_max_number_of_threads
 
 Example:
     >>> import kestrel
@@ -53,8 +54,10 @@ from ._kestrel import (
     ThermalBath4HSA,
     anneal_in_box,
     linear_sum_assignment,
+    get_max_number_of_threads,
     make_test_function,
     refine_in_box,
+    set_max_number_of_threads,
     test_function_names,
 )
 
@@ -86,7 +89,9 @@ __all__ = [
     "ThermalBath4HSA",
     "anneal_in_box",
     "linear_sum_assignment",
+    "get_max_number_of_threads",
     "make_test_function",
     "refine_in_box",
+    "set_max_number_of_threads",
     "test_function_names",
 ]

@@ -277,6 +277,11 @@ def refine_in_box(interpolator: ObjectiveInterpolator4HSA, box: ArrayLike, posit
 def anneal_in_box(objective: ObjectiveLike, gradient: GradientLike, box: ArrayLike, seed: int,
                   settings: Optional[AnnealingSettings4HSA] = None) -> AnnealingResult4HSA: ...
 
+# Threads
+
+def set_max_number_of_threads(count: int) -> None: ...
+def get_max_number_of_threads() -> int: ...
+
 # Sampling
 
 class CartesianProductSampler:
