@@ -95,14 +95,14 @@ void groupingRow(Line const& line, SegmentGrouper::DispersionMeasure measure) {
         return Access::isAcceptableGrouping(grouper, starts);
     };
     std::size_t const crossEntropyChoice =
-        Kestrel::chooseNumberOfGroups(crossEntropy, crossEntropyStarts, isAcceptable);
+        Kestrel::grouping::chooseNumberOfGroups(crossEntropy, crossEntropyStarts, isAcceptable);
     double const crossEntropySeconds = secondsSince(crossEntropyStart);
 
     auto const exactStart = Clock::now();
     std::vector<double> exact;
     std::vector<std::vector<int>> exactStarts;
     grouper.calculateOptimalGroupings(exact, exactStarts);
-    std::size_t const exactChoice = Kestrel::chooseNumberOfGroups(exact, exactStarts, isAcceptable);
+    std::size_t const exactChoice = Kestrel::grouping::chooseNumberOfGroups(exact, exactStarts, isAcceptable);
     double const exactSeconds = secondsSince(exactStart);
 
     Gaps gaps;

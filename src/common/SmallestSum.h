@@ -5,7 +5,7 @@
 #include <limits>
 
 namespace Kestrel {
-namespace detail {
+namespace common {
 
 // min over i = 0 ... count - 1 of a[i] + b[i]; +infinity for count <= 0. Each sum is rounded on its own
 // and the smallest is the same whatever order the sums are compared in (the operands must not be NaN), so
@@ -30,5 +30,5 @@ inline double smallestSum(double const* a, double const* b, int count) {
     return std::min(std::min(m0, m1), std::min(m2, m3));
 }
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

@@ -120,9 +120,9 @@ void SegmentGrouper::computeOptimalGroups(
     std::vector<double> bestValues;
     std::vector<std::vector<int>> bestStarts;
     calculateOptimalGroupings(bestValues, bestStarts, progress);
-    result = bestStarts[chooseNumberOfGroups(bestValues, bestStarts, [this](std::vector<int> const& starts) {
-        return isAcceptableGrouping(starts);
-    })];
+    result = bestStarts[grouping::chooseNumberOfGroups(
+        bestValues, bestStarts,
+        [this](std::vector<int> const& starts) { return isAcceptableGrouping(starts); })];
 }
 
 }  // namespace Kestrel

@@ -28,7 +28,7 @@ class GroupRanges {
     GroupRanges(std::vector<double> const& values, bool closed)
         : n(static_cast<int>(values.size())),
           ranges(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
-        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
+        common::forEachIndex(common::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
             int const longest = closed ? n : n - static_cast<int>(start);
             double* const row = &ranges[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
             double smallest = values[static_cast<std::size_t>(start)];

@@ -41,7 +41,7 @@ class GroupTerms {
           terms(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)) {
         std::vector<double> line(values);
         line.insert(line.end(), values.begin(), values.end());
-        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
+        common::forEachIndex(common::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t start, int) {
             int const longest = closed ? n : n - static_cast<int>(start);
             double const* const first = line.data() + start;
             double* const row = &terms[static_cast<std::size_t>(start) * static_cast<std::size_t>(n)];
@@ -118,10 +118,10 @@ class SuffixTable {
             if (count <= 0) {
                 break;
             }
-            detail::forEachIndex(detail::threadsFor(parallel), count, [&](std::ptrdiff_t offset, int) {
+            common::forEachIndex(common::threadsFor(parallel), count, [&](std::ptrdiff_t offset, int) {
                 int const p = firstStart + static_cast<int>(offset);
                 // q = p + 1 ... n - g + 1: groups of 1 ... n - g + 1 - p segments from p.
-                at(g, p) = detail::smallestSum(terms.row(p), &at(g - 1, p + 1), n - g + 1 - p);
+                at(g, p) = common::smallestSum(terms.row(p), &at(g - 1, p + 1), n - g + 1 - p);
             });
         }
     }
@@ -195,7 +195,7 @@ std::vector<std::vector<int>> optimalVarianceStarts(std::vector<double> const& v
     // Closed line: the smallest start s0 fixes where the sum begins; one table per s0 gives the optimum
     // with that first start, for every k at once.
     std::vector<std::vector<double>> optimumFrom(static_cast<std::size_t>(n));
-    detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t s0, int) {
+    common::forEachIndex(common::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t s0, int) {
         int const firstStart = static_cast<int>(s0);
         SuffixTable const table(terms, n, true, firstStart, lastCount, false);
         std::vector<double>& optimum = optimumFrom[static_cast<std::size_t>(s0)];

@@ -84,11 +84,11 @@ class MasterTable {
                 next[1][static_cast<std::size_t>(q)] = !eligible || !grouped ? kInfinity : value(j - 1, q, 1);
             }
             int const states = anyUngrouped ? 2 : 1;
-            detail::forEachIndex(detail::threadsFor(parallel), n - from, [&](std::ptrdiff_t offset, int) {
+            common::forEachIndex(common::threadsFor(parallel), n - from, [&](std::ptrdiff_t offset, int) {
                 int const p = from + static_cast<int>(offset);
                 int const q0 = firstOtherGroup[static_cast<std::size_t>(p)];
                 for (int used = 0; used < states; ++used) {
-                    at(j, p, used) = detail::smallestSum(&steps[index2(p, q0)],
+                    at(j, p, used) = common::smallestSum(&steps[index2(p, q0)],
                                                          &next[used][static_cast<std::size_t>(q0)], n - q0);
                 }
             });
@@ -199,7 +199,7 @@ std::vector<int> optimalMasterPositions(MasterSearchLine const& line, int master
             total[static_cast<std::size_t>(p0)] = totalFrom(line, *openTable, masters, p0);
         }
     } else {
-        detail::forEachIndex(detail::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t p0, int) {
+        common::forEachIndex(common::threadsFor(n >= kParallelLines), n, [&](std::ptrdiff_t p0, int) {
             MasterTable const table(line, reciprocal, steps, masters, static_cast<int>(p0), false);
             total[static_cast<std::size_t>(p0)] = totalFrom(line, table, masters, static_cast<int>(p0));
         });

@@ -112,7 +112,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
     // Drawing and scoring a population take about the same time every iteration: the team is chosen by
     // measuring them (the calling thread alone when a team does not pay on this machine right now).
-    detail::AdaptiveTeam team(detail::threadsForLoop());
+    common::AdaptiveTeam team(common::threadsForLoop());
 
     for (int iteration = 1;;) {
         optimization::HamiltonianPathMCGenerator generator(state.probabilities, draws);

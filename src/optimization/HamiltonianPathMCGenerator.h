@@ -50,7 +50,7 @@ class HamiltonianPathMCGenerator {
 
     // Large populations of the following calls are drawn on `team` (which must outlive them) as part of
     // its current round; until set, on the library's threads. The selections do not depend on it.
-    void setTeam(detail::AdaptiveTeam* team);
+    void setTeam(common::AdaptiveTeam* team);
 
   private:
     class Private;

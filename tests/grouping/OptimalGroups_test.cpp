@@ -140,7 +140,7 @@ TEST_P(OptimalGroupsAgainstReference, ChoiceOfTheNumberOfGroupsMatchesTheReferen
         int const n = 2 + line % 11;
         SegmentGrouper const grouper = randomLine(random, n, closed, measure);
         ReferenceTable const reference = referenceOptimalGroupings(grouper);
-        std::size_t const k = Kestrel::chooseNumberOfGroups(
+        std::size_t const k = Kestrel::grouping::chooseNumberOfGroups(
             reference.value, reference.starts, [&grouper](std::vector<int> const& starts) {
                 return Access::isAcceptableGrouping(grouper, starts);
             });
@@ -317,7 +317,7 @@ TEST(CrossEntropyGroupings, TableIsWhatComputeGroupsChoosesFrom) {
                       Access::optimizeIntraGroupVariation(grouper, k, found));
             EXPECT_EQ(starts[static_cast<std::size_t>(k)], found);
         }
-        std::size_t const k = Kestrel::chooseNumberOfGroups(
+        std::size_t const k = Kestrel::grouping::chooseNumberOfGroups(
             values, starts,
             [&grouper](std::vector<int> const& s) { return Access::isAcceptableGrouping(grouper, s); });
         std::vector<int> chosen;

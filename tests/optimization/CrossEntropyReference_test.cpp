@@ -188,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(OneAndTwoThreads, ThreadCount, ::testing::Values(1, 2))
 // the reference's, bit for bit.
 TEST(CrossEntropyReference, OptimizeMatchesReferenceWhileTheTeamComesAndGoes) {
     omp_set_num_threads(2);
-    while (Kestrel::detail::teamRecentlyUnpaid()) {
+    while (Kestrel::common::teamRecentlyUnpaid()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     std::mt19937 random(11);
