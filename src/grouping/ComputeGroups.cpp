@@ -5,6 +5,7 @@
 
 #include "GroupCountChoice.h"
 #include "ParallelFor.h"
+#include "SegmentSearchSettings.h"
 
 #include <cstddef>
 #include <functional>
@@ -44,8 +45,7 @@ double SegmentGrouper::optimizeIntraGroupVariation(int numberOfGroups, std::vect
         std::bind(&SegmentGrouper::evaluate, this, _1);
     CombinatorialCrossEntropyOptimization optimiser(
         numberOfGroups, groupStartTransitions(getNumOfSegments(), closed), objective, false);
-    CombinatorialCrossEntropyOptimization::Parameters const parameters(
-        0.8, 0.05, 5.0, 3, true, 30, CombinatorialCrossEntropyOptimization::StaticPopulation);
+    CombinatorialCrossEntropyOptimization::Parameters const parameters = common::segmentSearchParameters();
     std::vector<int> result;
     double const best = optimiser.optimize(parameters, result, nullptr, 0);
     starts = result;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 namespace {
 
@@ -235,4 +235,4 @@ void HamiltonianPathMCGenerator::generatePathsWithExclusions(
     d_->generate(numberOfPaths, paths, pathLength, &exclusionLists);
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -29,7 +29,7 @@
 #include <memory>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 class HamiltonianPathMCGenerator {
   public:
@@ -57,4 +57,4 @@ class HamiltonianPathMCGenerator {
     std::shared_ptr<Private> d_;
 };
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -46,7 +46,7 @@ TEST_P(ThreadCount, GeneratorMatchesReference) {
                                    : std::vector<std::vector<int>>{};
 
         ReferenceCrossEntropy::Generator reference(matrix, seed);
-        Kestrel::HamiltonianPathMCGenerator generator(matrix, seed);
+        Kestrel::optimization::HamiltonianPathMCGenerator generator(matrix, seed);
         // Two populations from the same generator: the engine goes on where the first one stopped.
         for (int round = 0; round < 2; ++round) {
             std::vector<std::vector<int>> expected;
