@@ -72,14 +72,19 @@ function(kestrel_add_program name)
         ${families} Boost::headers OpenMP::OpenMP_CXX kestrel_build_settings ${ARG_LIBRARIES})
 endfunction()
 
-# kestrel_add_test(NAME SOURCES file... [FAMILIES family...] [LIBRARIES lib...])
+# kestrel_add_test(NAME SOURCES file... [FAMILIES family...] [LIBRARIES lib...] [TIMEOUT seconds])
 # A GoogleTest program registered with CTest test by test. Test data lives in `data/` beside the test.
 function(kestrel_add_test name)
-    kestrel_add_program(${name} ${ARGN})
+    cmake_parse_arguments(ARG "" "TIMEOUT" "" ${ARGN})
+    kestrel_add_program(${name} ${ARG_UNPARSED_ARGUMENTS})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)  # helpers shared by tests
     target_link_libraries(${name} PRIVATE GTest::gtest GTest::gmock GTest::gtest_main)
     target_compile_definitions(${name} PRIVATE KESTREL_TEST_DATA_DIR="${CMAKE_CURRENT_SOURCE_DIR}/data")
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+    set(properties "")
+    if(ARG_TIMEOUT)
+        set(properties PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 ${properties})
 endfunction()
 
 # kestrel_add_benchmark(NAME SOURCES file... [FAMILIES family...] [LIBRARIES lib...])
