@@ -9,7 +9,9 @@
 #   make install   install into PREFIX (default /usr/local)
 #
 # Variables: BUILD (build folder), BUILD_TYPE, WERROR=ON (warnings are errors), SANITIZE=ON
-# (AddressSanitizer and UndefinedBehaviorSanitizer), JOBS, PREFIX.
+# (AddressSanitizer and UndefinedBehaviorSanitizer), PORTABLE=ON (no processor-specific instructions),
+# CXX_COMPILER (e.g. clang++; takes effect when a build folder is first configured), EXTRAS=OFF (no
+# benchmarks and examples), JOBS, PREFIX.
 
 BUILD ?= build
 BUILD_TYPE ?= RelWithDebInfo
@@ -17,9 +19,14 @@ WERROR ?= OFF
 SANITIZE ?= OFF
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
+PORTABLE ?= OFF
+EXTRAS ?= ON
+CXX_COMPILER ?=
 
 CMAKE_FLAGS = -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DKESTREL_WARNINGS_AS_ERRORS=$(WERROR) \
-              -DKESTREL_SANITIZE=$(SANITIZE) -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+              -DKESTREL_SANITIZE=$(SANITIZE) -DKESTREL_PORTABLE=$(PORTABLE) -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
+              -DKESTREL_BUILD_BENCHMARKS=$(EXTRAS) -DKESTREL_BUILD_EXAMPLES=$(EXTRAS) \
+              $(if $(CXX_COMPILER),-DCMAKE_CXX_COMPILER=$(CXX_COMPILER))
 
 .PHONY: all deps configure build demo test bench compare install clean format
 

@@ -7,6 +7,11 @@ add_library(kestrel_build_settings INTERFACE)
 target_compile_options(kestrel_build_settings INTERFACE
     -ffp-contract=off -Wall -Wextra -Wpedantic
     $<$<BOOL:${KESTREL_WARNINGS_AS_ERRORS}>:-Werror>)
+# KESTREL_PORTABLE turns off every fast path that uses processor-specific instructions (see
+# src/common/InstructionSets.h), so that the portable code is built and tested on this processor too.
+if(KESTREL_PORTABLE)
+    target_compile_definitions(kestrel_build_settings INTERFACE KESTREL_PORTABLE)
+endif()
 if(KESTREL_SANITIZE)
     target_compile_options(kestrel_build_settings INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
@@ -14,22 +19,22 @@ if(KESTREL_SANITIZE)
 endif()
 
 # kestrel_add_family(NAME SOURCES file... [DEPENDS family...] [PLATFORM library...])
+# DEPENDS names the families whose classes this one uses; it reaches them through their public headers
+# only, and programs that link this family's objects get theirs too (see kestrel_family_closure).
 # PLATFORM names the imported platform libraries the family calls: StatisticalServices, Math, System.
 # Compiles one class family as an object library `kestrel_<NAME>` and links its objects into the exported
 # shared library. Tests link the object library directly so that internal classes can be tested too.
+# Every family sees the internal helpers shared by all families in src/common.
 function(kestrel_add_family name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PLATFORM" ${ARGN})
     set(target kestrel_${name})
     add_library(${target} OBJECT ${ARG_SOURCES})
     target_include_directories(${target} PUBLIC
         ${PROJECT_SOURCE_DIR}/include
+        ${PROJECT_SOURCE_DIR}/src/common
         ${CMAKE_CURRENT_SOURCE_DIR})
     list(TRANSFORM ARG_PLATFORM PREPEND KTXService_ OUTPUT_VARIABLE platform)
     target_link_libraries(${target} PUBLIC Boost::headers OpenMP::OpenMP_CXX kestrel_build_settings ${platform})
-    foreach(dependency IN LISTS ARG_DEPENDS)
-        target_include_directories(${target} PUBLIC
-            $<TARGET_PROPERTY:kestrel_${dependency},INTERFACE_INCLUDE_DIRECTORIES>)
-    endforeach()
     set_target_properties(${target} PROPERTIES KESTREL_DEPENDS "${ARG_DEPENDS}")
     target_sources(KTXService_InformationTheory PRIVATE $<TARGET_OBJECTS:${target}>)
     if(platform)

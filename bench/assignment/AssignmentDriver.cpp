@@ -53,8 +53,10 @@ char const* routeOf(std::vector<std::vector<double>> const& matrix) {
         Kestrel::assignment::UniqueOptimumOutcome::Proved) {
         return "proved";
     }
-    return Kestrel::assignment::solveByExactSteps(columnMajor.data(), assignment.data(),
-                                                  static_cast<int>(nRows), static_cast<int>(nCols))
+    double const range = Kestrel::assignment::exactRange(matrix);
+    return range > 0.0 &&
+                   Kestrel::assignment::solveByExactSteps(columnMajor.data(), range, assignment.data(),
+                                                          static_cast<int>(nRows), static_cast<int>(nCols))
                ? "exact"
                : "steps";
 }

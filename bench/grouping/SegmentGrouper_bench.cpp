@@ -1,5 +1,6 @@
-// computeGroups on closed lines of 12, 24 and 48 segments with both dispersion measures. Items are the
-// numbers of groups tried (one cross-entropy optimisation each).
+// computeGroups on closed lines of 12, 24 and 48 segments with both dispersion measures, and the exact
+// search for every number of groups (calculateOptimalGroupings, computeOptimalGroups) on open lines of up
+// to 1000 and closed lines of up to 200 segments. Items are segments.
 #include <Kestrel/SegmentGrouper.h>
 
 #include <benchmark/benchmark.h>
@@ -12,8 +13,8 @@ namespace {
 
 using Kestrel::SegmentGrouper;
 
-// A closed line with plateaus of four segments and a gentle ripple, as a drawbead line's values may be.
-SegmentGrouper closedLine(int segments, SegmentGrouper::DispersionMeasure measure) {
+// A line with plateaus of four segments and a gentle ripple, as a drawbead line's values may be.
+SegmentGrouper benchLine(int segments, bool closed, SegmentGrouper::DispersionMeasure measure) {
     std::vector<double> values;
     std::vector<double> lengths;
     for (int i = 0; i < segments; ++i) {
@@ -21,7 +22,7 @@ SegmentGrouper closedLine(int segments, SegmentGrouper::DispersionMeasure measur
         values.push_back(plateau + 0.05 * std::sin(1.7 * i));
         lengths.push_back(10.0 + 3.0 * std::cos(0.9 * i));
     }
-    return SegmentGrouper(values, lengths, true, measure);
+    return SegmentGrouper(values, lengths, closed, measure);
 }
 
 // A grouping is a set of distinct 0-based starts in ascending order.
@@ -38,7 +39,7 @@ void verify(std::vector<int> const& starts, int segments) {
 
 void computeGroups(benchmark::State& state, SegmentGrouper::DispersionMeasure measure) {
     int const segments = static_cast<int>(state.range(0));
-    SegmentGrouper const grouper = closedLine(segments, measure);
+    SegmentGrouper const grouper = benchLine(segments, true, measure);
     std::vector<int> first;
     grouper.computeGroups(first);
     verify(first, segments);
@@ -63,5 +64,47 @@ void BM_ComputeGroupsVariance(benchmark::State& state) {
 
 BENCHMARK(BM_ComputeGroupsMinMax)->Arg(12)->Arg(24)->Arg(48)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComputeGroupsVariance)->Arg(12)->Arg(24)->Arg(48)->Unit(benchmark::kMillisecond);
+
+// The exact best grouping for every number of groups. Checked once: the optimum never rises as groups are
+// added (up to the near-tie tolerance), and computeOptimalGroups returns a valid grouping.
+void optimalGroupings(benchmark::State& state, bool closed, SegmentGrouper::DispersionMeasure measure) {
+    int const segments = static_cast<int>(state.range(0));
+    SegmentGrouper const grouper = benchLine(segments, closed, measure);
+    std::vector<double> values;
+    std::vector<std::vector<int>> starts;
+    grouper.calculateOptimalGroupings(values, starts);
+    for (std::size_t k = 2; k < values.size(); ++k) {
+        if (values[k] > values[k - 1] + std::abs(values[k - 1]) * 1e-12) {
+            state.SkipWithError("the optimum rose with the number of groups");
+        }
+    }
+    std::vector<int> chosen;
+    grouper.computeOptimalGroups(chosen);
+    verify(chosen, segments);
+    for (auto _ : state) {
+        grouper.computeOptimalGroups(chosen);
+        benchmark::DoNotOptimize(chosen.data());
+    }
+    state.counters["groups"] = static_cast<double>(chosen.size());
+    state.SetItemsProcessed(state.iterations() * segments);
+}
+
+void BM_ComputeOptimalGroupsOpenMinMax(benchmark::State& state) {
+    optimalGroupings(state, false, SegmentGrouper::MinMax);
+}
+void BM_ComputeOptimalGroupsOpenVariance(benchmark::State& state) {
+    optimalGroupings(state, false, SegmentGrouper::Variance);
+}
+void BM_ComputeOptimalGroupsClosedMinMax(benchmark::State& state) {
+    optimalGroupings(state, true, SegmentGrouper::MinMax);
+}
+void BM_ComputeOptimalGroupsClosedVariance(benchmark::State& state) {
+    optimalGroupings(state, true, SegmentGrouper::Variance);
+}
+
+BENCHMARK(BM_ComputeOptimalGroupsOpenMinMax)->Arg(48)->Arg(200)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComputeOptimalGroupsOpenVariance)->Arg(48)->Arg(200)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComputeOptimalGroupsClosedMinMax)->Arg(48)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComputeOptimalGroupsClosedVariance)->Arg(48)->Arg(200)->Unit(benchmark::kMillisecond);
 
 }  // namespace

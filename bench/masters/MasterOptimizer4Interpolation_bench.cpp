@@ -104,3 +104,39 @@ void BM_EvaluateMasterChoice(benchmark::State& state) {
 BENCHMARK(BM_EvaluateMasterChoice)->ArgNames({"segments", "masters"})->ArgsProduct({{20, 40}, {4, 8}});
 
 }  // namespace
+
+namespace {
+
+// The exact master search; the result is checked once against an evenly spread choice, which it must not
+// score worse than.
+void BM_CalculateExactOptimalMasterIndices(benchmark::State& state) {
+    int const n = static_cast<int>(state.range(0));
+    int const masters = static_cast<int>(state.range(1));
+    bool const closed = state.range(2) != 0;
+    Kestrel::MasterOptimizer4DrawbeadToyModel const optimiser(benchLine(n, closed));
+    std::vector<int> first;
+    double const score = optimiser.calculateExactOptimalMasterIndices(masters, first, nullptr);
+    checkChoice(first, n, masters);
+    std::vector<int> even;
+    for (int k = 0; k < masters; ++k) {
+        even.push_back(k * n / masters);
+    }
+    if (!(score <= optimiser.evaluateMasterChoice(even))) {
+        state.SkipWithError("the exact search scores worse than an evenly spread choice");
+    }
+    std::vector<int> result;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(optimiser.calculateExactOptimalMasterIndices(masters, result, nullptr));
+    }
+    if (result != first) {
+        state.SkipWithError("the exact search is not deterministic");
+    }
+    state.SetItemsProcessed(state.iterations() * n);
+}
+
+}  // namespace
+
+BENCHMARK(BM_CalculateExactOptimalMasterIndices)
+    ->ArgNames({"segments", "masters", "closed"})
+    ->ArgsProduct({{48, 200}, {20}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);

@@ -123,11 +123,12 @@ void generatePaths(benchmark::State& state, Problem const& problem) {
     auto const matrix = groupingMatrix(problem.items);
     int const population = (problem.items + 1) * problem.items * 5;
     std::vector<std::vector<int>> paths;
-    Kestrel::HamiltonianPathMCGenerator(matrix, 193).generatePaths(population, paths, problem.groups);
+    Kestrel::optimization::HamiltonianPathMCGenerator(matrix, 193)
+        .generatePaths(population, paths, problem.groups);
     std::vector<std::vector<int>> const expected = paths;
     std::int64_t selections = 0;
     for (auto _ : state) {
-        Kestrel::HamiltonianPathMCGenerator generator(matrix, 193);
+        Kestrel::optimization::HamiltonianPathMCGenerator generator(matrix, 193);
         generator.generatePaths(population, paths, problem.groups);
         benchmark::DoNotOptimize(paths.data());
         selections += population;

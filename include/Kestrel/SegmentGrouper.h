@@ -9,6 +9,10 @@
 // improvement. The result is the list of 0-based group starts, ascending along the line; on a closed line
 // the last group runs round the end of the line to the first start.
 //
+// `computeOptimalGroups` makes the same choice of k from the exact best grouping for every k, found by
+// dynamic programming (Variance) or a search over the group ranges (MinMax) in milliseconds even for
+// hundreds of segments; `calculateOptimalGroupings` exposes that per-k table.
+//
 // Cost: n optimisations; each iteration (at most 29) draws and scores about 5 n^2 groupings, drawing k
 // starts costs O(k n) and scoring O(n), so a call grows roughly like n^5: about 10 ms for 12 segments,
 // 0.2 s for 24 and 7 to 8 s for 48 on one core.
@@ -82,6 +86,56 @@ class KESTREL_API SegmentGrouper {
         std::vector<int>& result,
         boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const;
 
+    // The exact counterpart of computeGroups: the best grouping for every number of groups k = 1 ... n
+    // (calculateOptimalGroupings), then the same choice of k (gains, admissibility, widening, fallback to
+    // the finest grouping) as computeGroups makes from its cross-entropy results. One segment gives {0}, no
+    // segment an empty result. Requires nothing beyond the checks below. Guarantees: deterministic, bit for
+    // bit, for any number of OpenMP threads. Throws: std::invalid_argument when a length is negative (the
+    // constructor has rejected lines whose values and lengths differ in size or are not finite);
+    // std::logic_error("Missing implementation") for a measure other than MinMax and Variance with two or
+    // more segments; allocation failures. `result` keeps its former contents when anything throws.
+    void computeOptimalGroups(std::vector<int>& result) const;
+
+    // The same computation with a progress hook: once the search is done, `progress(k, n)` is called for
+    // k = 1 ... n in increasing order as each grouping is scored, on the calling thread (not with fewer
+    // than two segments). An exception thrown by `progress` reaches the caller; `result` is left as it was.
+    void computeOptimalGroups(
+        std::vector<int>& result,
+        boost::function<void(int numberOfGroupsDone, int numberOfSegments)> const& progress) const;
+
+    // The best grouping into exactly `numberOfGroups` groups. Replaces `starts` with its 0-based starts
+    // (ascending; on an open line the first is 0) and returns its objective, exactly as the grouper scores
+    // those starts; k = 1 gives {0} and the dispersion of the whole line. No other grouping into k groups
+    // scores lower by more than a relative 1e-12 (MinMax: none scores lower at all); among the groupings
+    // the search finds equal, the lexicographically smallest starts win.
+    // Cost, n segments: MinMax O(n^2 log n) time and O(n^2) memory; Variance open line O(k n^2), closed
+    // line O(n^4 / 24) time (one search per first start), O(n^2) memory.
+    // Throws: std::invalid_argument as computeOptimalGroups, and when numberOfGroups is outside 1 ... n;
+    // std::logic_error("Missing implementation") for an unknown measure with k >= 2. `starts` keeps its
+    // former contents when anything throws.
+    double calculateOptimalGrouping(int numberOfGroups, std::vector<int>& starts) const;
+
+    // The table behind computeOptimalGroups, e.g. to plot the objective against the number of groups:
+    // `bestValues` and `bestStarts` get n + 1 entries, entry k (1 ... n) holding what
+    // calculateOptimalGrouping(k, ...) returns; entry 0 is 0.0 and empty. Cost: as one call of
+    // calculateOptimalGrouping with k = n (the search yields every k at once). The progress overload calls
+    // `progress(k, n)` for k = 1 ... n after scoring each k. Throws: as computeOptimalGroups; both outputs
+    // keep their former contents when anything throws.
+    void calculateOptimalGroupings(std::vector<double>& bestValues,
+                                   std::vector<std::vector<int>>& bestStarts) const;
+    void calculateOptimalGroupings(
+        std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
+        boost::function<void(int numberOfGroupsDone, int numberOfSegments)> const& progress) const;
+
+    // The cross-entropy search's table behind computeGroups: `bestValues` and `bestStarts` get n + 1
+    // entries, entry k (1 ... n) holding the value and 0-based starts that the optimisation for k groups
+    // found (exactly what computeGroups chooses from); entry 0 is 0.0 and empty. `progress(k, n)` (may be
+    // empty) is called after each k, on the calling thread. Cost: as computeGroups. Throws: as
+    // computeGroups, and whatever `progress` throws; both outputs keep their former contents then.
+    void calculateCrossEntropyGroupings(
+        std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
+        boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const;
+
     // Curvature and arc length of segments of a polyline. `segments` holds per segment the index of its
     // first and last point in `points`; gaps between consecutive segments are closed first, at the arc
     // length midway between the last point of one and the first point of the next (on a closed line with
@@ -126,6 +180,11 @@ class KESTREL_API SegmentGrouper {
     double calculateGroupDispersionVariance(int start, int end) const;
     bool isAcceptableGrouping(std::vector<int> const& starts) const;
     double optimizeIntraGroupVariation(int numberOfGroups, std::vector<int>& starts) const;
+
+    // Starts of the best groupings for k = firstCount ... lastCount (entry k; k = 1 is {0}).
+    std::vector<std::vector<int>> searchOptimalStarts(int firstCount, int lastCount) const;
+    // The objective of the exact search's starts for k groups; k = 1 as optimizeIntraGroupVariation has it.
+    double scoreOptimalStarts(int numberOfGroups, std::vector<int> const& starts) const;
 
     int getNumOfSegments() const;
     bool isClosed() const;

@@ -13,10 +13,12 @@ Families:
     optimiser    CombinatorialCrossEntropyOptimization
     annealing    State4HSA, LeapfrogIntegrator, Domain4HSA, Interpolator4HSA, ThermalBath4HSA,
                  CoolingSchedule4HSA, HamiltonianSimulatedAnnealing, BoxDomain4HSA,
-                 ObjectiveInterpolator4HSA, LeapfrogThermalBath4HSA, GeometricCoolingSchedule4HSA,
-                 AnnealingSettings4HSA, AnnealingResult4HSA, TestFunction4HSA, make_test_function,
-                 test_function_names, anneal_in_box, refine_in_box
+                 ObjectiveInterpolator4HSA, LeapfrogThermalBath4HSA, BasinHoppingThermalBath4HSA,
+                 GeometricCoolingSchedule4HSA, AnnealingSettings4HSA, AnnealingResult4HSA,
+                 TestFunction4HSA, make_test_function, test_function_names, anneal_in_box,
+                 refine_in_box
     sampling     CartesianProductSampler, DomainSampler2D, PolygonSampler2D
+    threads      set_max_number_of_threads, get_max_number_of_threads
 
 Example:
     >>> import kestrel
@@ -28,6 +30,7 @@ Example:
 from ._kestrel import (
     AnnealingResult4HSA,
     AnnealingSettings4HSA,
+    BasinHoppingThermalBath4HSA,
     BoxDomain4HSA,
     CartesianProductSampler,
     CombinatorialCrossEntropyOptimization,
@@ -53,14 +56,17 @@ from ._kestrel import (
     ThermalBath4HSA,
     anneal_in_box,
     linear_sum_assignment,
+    get_max_number_of_threads,
     make_test_function,
     refine_in_box,
+    set_max_number_of_threads,
     test_function_names,
 )
 
 __all__ = [
     "AnnealingResult4HSA",
     "AnnealingSettings4HSA",
+    "BasinHoppingThermalBath4HSA",
     "BoxDomain4HSA",
     "CartesianProductSampler",
     "CombinatorialCrossEntropyOptimization",
@@ -86,7 +92,9 @@ __all__ = [
     "ThermalBath4HSA",
     "anneal_in_box",
     "linear_sum_assignment",
+    "get_max_number_of_threads",
     "make_test_function",
     "refine_in_box",
+    "set_max_number_of_threads",
     "test_function_names",
 ]

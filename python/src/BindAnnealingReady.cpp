@@ -25,6 +25,7 @@ namespace {
 
 using Kestrel::AnnealingResult4HSA;
 using Kestrel::AnnealingSettings4HSA;
+using Kestrel::BasinHoppingThermalBath4HSA;
 using Kestrel::Box4HSA;
 using Kestrel::BoxDomain4HSA;
 using Kestrel::GeometricCoolingSchedule4HSA;
@@ -133,6 +134,20 @@ Example:
         .def("__repr__", [](CompiledGradient const& self) { return "<gradient of " + self.name + ">"; });
 }
 
+// The sample counts of a ready bath and a repr showing them.
+template <typename Bath>
+void addSampleCounts(py::class_<Bath, Kestrel::ThermalBath4HSA, std::shared_ptr<Bath>>& cls,
+                     std::string const& name) {
+    cls.def_property_readonly("number_of_samples", &Bath::getNumberOfSamples,
+                              "Samples drawn. Example: ``bath.number_of_samples``");
+    cls.def_property_readonly("number_of_accepted_samples", &Bath::getNumberOfAcceptedSamples,
+                              "Samples accepted. Example: ``bath.number_of_accepted_samples``");
+    cls.def("__repr__", [name](Bath const& self) {
+        return name + "(samples=" + std::to_string(self.getNumberOfSamples()) +
+               ", accepted=" + std::to_string(self.getNumberOfAcceptedSamples()) + ")";
+    });
+}
+
 void bindComponents(py::module_& module) {
     py::class_<BoxDomain4HSA, Kestrel::Domain4HSA, std::shared_ptr<BoxDomain4HSA>> box(module,
                                                                                        "BoxDomain4HSA", R"doc(
@@ -214,16 +229,32 @@ Example:
     bath.def(py::init<std::uint32_t, double, int>(), py::arg("seed"), py::arg("step"),
              py::arg("steps_per_sample"),
              "Raises ValueError unless step > 0 (finite) and steps_per_sample >= 1. Example: see the class.");
-    bath.def_property_readonly("number_of_samples", &LeapfrogThermalBath4HSA::getNumberOfSamples,
-                               "Samples drawn. Example: ``bath.number_of_samples``");
-    bath.def_property_readonly("number_of_accepted_samples",
-                               &LeapfrogThermalBath4HSA::getNumberOfAcceptedSamples,
-                               "Samples accepted. Example: ``bath.number_of_accepted_samples``");
-    bath.def("__repr__", [](LeapfrogThermalBath4HSA const& self) {
-        return "LeapfrogThermalBath4HSA(samples=" + std::to_string(self.getNumberOfSamples()) +
-               ", accepted=" + std::to_string(self.getNumberOfAcceptedSamples()) + ")";
-    });
+    addSampleCounts(bath, "LeapfrogThermalBath4HSA");
     addCopying(bath);
+
+    py::class_<BasinHoppingThermalBath4HSA, Kestrel::ThermalBath4HSA,
+               std::shared_ptr<BasinHoppingThermalBath4HSA>>
+        hopping(module, "BasinHoppingThermalBath4HSA", R"doc(
+Samples among the local minima at temperature T: a jump of one or every coordinate (Cauchy lengths
+learned from the acceptance rates), the Metropolis rule on the jumped point, then a quasi-Newton descent
+in the box from an accepted one; a rejected jump costs one objective call. Not copyable (a copy would
+share the descent's work arrays); use a bath from one thread at a time.
+
+Example:
+    >>> import kestrel
+    >>> bath = kestrel.BasinHoppingThermalBath4HSA(seed=7, box=[[-5.0, 5.0]] * 2, descent_calls=40,
+    ...                                             jump_fraction=0.5)
+    >>> bath.number_of_samples
+    0
+)doc");
+    hopping.def(py::init([](std::uint32_t seed, py::handle boxLike, int descentCalls, double jumpFraction) {
+                    return std::make_shared<BasinHoppingThermalBath4HSA>(seed, toBox(boxLike), descentCalls,
+                                                                         jumpFraction);
+                }),
+                py::arg("seed"), py::arg("box"), py::arg("descent_calls"), py::arg("jump_fraction"),
+                "A bath on a (d, 2) box of (lower, upper) bounds. Raises ValueError for a box BoxDomain4HSA "
+                "rejects, descent_calls < 0, or jump_fraction outside (0, 1]. Example: see the class.");
+    addSampleCounts(hopping, "BasinHoppingThermalBath4HSA");
 
     py::class_<GeometricCoolingSchedule4HSA, Kestrel::CoolingSchedule4HSA,
                std::shared_ptr<GeometricCoolingSchedule4HSA>>

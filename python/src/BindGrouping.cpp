@@ -1,11 +1,14 @@
-// Python face of the segment grouper: SegmentGrouper with compute_groups and the two static measurements
-// of a line, taking and returning numpy arrays.
+// Python face of the segment grouper: SegmentGrouper with compute_groups, its exact counterparts and the
+// per-k tables of both searches, and the two static measurements of a line, taking and returning numpy
+// arrays.
 #include <Kestrel/SegmentGrouper.h>
 
 #include "Arrays.h"
 #include "Bindings.h"
 #include "Copying.h"
 #include "PythonCalls.h"
+
+#include <boost/function.hpp>
 
 #include <string>
 #include <vector>
@@ -33,22 +36,69 @@ std::string describe(Grouper const& self) {
            ")";
 }
 
-// compute_groups: the GIL is released for the run and taken at each progress point, where a pending
-// Ctrl-C is raised and the caller's progress callable (if any) is told (groups tried, segments).
+// The progress hook of the long grouper calls: taken with the GIL, where a pending Ctrl-C is raised and
+// the caller's progress callable (if any) is told (groups done, segments).
+boost::function<void(int, int)> progressHook(PythonFunction const& report) {
+    return [&report](int done, int segments) {
+        callPython([&] {
+            if (report) {
+                report(done, segments);
+            }
+        });
+    };
+}
+
+// compute_groups: the GIL is released for the run and taken at each progress point.
 py::array_t<py::ssize_t> computeGroups(Grouper const& self, py::object const& progress) {
     PythonFunction const report(progress);
     std::vector<int> starts;
     {
         py::gil_scoped_release release;
-        self.grouper.computeGroups(starts, [&report](int tried, int segments) {
-            callPython([&] {
-                if (report) {
-                    report(tried, segments);
-                }
-            });
-        });
+        self.grouper.computeGroups(starts, progressHook(report));
     }
     return toArray(starts);
+}
+
+// compute_optimal_groups: as compute_groups, from the exact best grouping for every number of groups.
+py::array_t<py::ssize_t> computeOptimalGroups(Grouper const& self, py::object const& progress) {
+    PythonFunction const report(progress);
+    std::vector<int> starts;
+    {
+        py::gil_scoped_release release;
+        self.grouper.computeOptimalGroups(starts, progressHook(report));
+    }
+    return toArray(starts);
+}
+
+py::tuple optimalGrouping(Grouper const& self, int numberOfGroups) {
+    std::vector<int> starts;
+    double value = 0.0;
+    {
+        py::gil_scoped_release release;
+        value = self.grouper.calculateOptimalGrouping(numberOfGroups, starts);
+    }
+    return py::make_tuple(value, toArray(starts));
+}
+
+// A per-k table of one search as (values array, list of start arrays), entry k for k groups and entry 0
+// empty; the search runs without the GIL.
+using GroupingTable = void (SegmentGrouper::*)(std::vector<double>&, std::vector<std::vector<int>>&,
+                                               boost::function<void(int, int)> const&) const;
+
+template <GroupingTable search>
+py::tuple groupingTable(Grouper const& self, py::object const& progress) {
+    PythonFunction const report(progress);
+    std::vector<double> values;
+    std::vector<std::vector<int>> starts;
+    {
+        py::gil_scoped_release release;
+        (self.grouper.*search)(values, starts, progressHook(report));
+    }
+    py::list startArrays;
+    for (std::vector<int> const& entry : starts) {
+        startArrays.append(toArray(entry));
+    }
+    return py::make_tuple(toArray(values), startArrays);
 }
 
 py::tuple segmentCurvature(py::handle points, bool closed, py::handle segments) {
@@ -142,6 +192,58 @@ Example:
     2 of 4
     3 of 4
     4 of 4
+)doc");
+    cls.def("compute_optimal_groups", &computeOptimalGroups, py::arg("progress") = py::none(), R"doc(
+The exact counterpart of compute_groups: the best grouping for every number of groups, then the same
+choice of the number of groups. Returns the 0-based group starts, ascending, as an int array; one segment
+gives [0], no segment an empty array. Fast (milliseconds for hundreds of segments).
+
+``progress``, if given, is called as ``progress(groups_done, segments)`` for k = 1 ... n once the search
+is done; an exception it raises stops the run and comes out unchanged. The GIL is released while the
+search runs; Ctrl-C interrupts at the next progress point with KeyboardInterrupt. Raises ValueError for a
+negative length.
+
+Example:
+    >>> grouper = kestrel.SegmentGrouper([1, 1, 5, 5], [1, 1, 1, 1], False, kestrel.SegmentGrouper.MinMax)
+    >>> grouper.compute_optimal_groups().tolist()
+    [0, 2]
+)doc");
+    cls.def("calculate_optimal_grouping", &optimalGrouping, py::arg("number_of_groups"), R"doc(
+The best grouping into exactly ``number_of_groups`` groups: ``(value, starts)``, the objective as the
+grouper scores those starts and their 0-based starts (ascending) as an int array. Among equally good
+groupings the lexicographically smallest starts win. Raises ValueError when ``number_of_groups`` is
+outside 1 ... n or a length is negative.
+
+Example:
+    >>> grouper = kestrel.SegmentGrouper([1, 1, 5, 5], [1, 1, 1, 1], False, kestrel.SegmentGrouper.MinMax)
+    >>> value, starts = grouper.calculate_optimal_grouping(2)
+    >>> value, starts.tolist()
+    (0.0, [0, 2])
+)doc");
+    cls.def("calculate_optimal_groupings", &groupingTable<&SegmentGrouper::calculateOptimalGroupings>,
+            py::arg("progress") = py::none(), R"doc(
+The table behind compute_optimal_groups: ``(values, starts)`` with n + 1 entries each, entry k holding
+what ``calculate_optimal_grouping(k)`` returns (a float array and a list of int arrays); entry 0 is 0.0
+and empty. ``progress`` and Ctrl-C as in compute_optimal_groups.
+
+Example:
+    >>> grouper = kestrel.SegmentGrouper([1, 1, 5, 5], [1, 1, 1, 1], False, kestrel.SegmentGrouper.MinMax)
+    >>> values, starts = grouper.calculate_optimal_groupings()
+    >>> values.tolist(), [s.tolist() for s in starts][:3]
+    ([0.0, 4.0, 0.0, 0.0, 0.0], [[], [0], [0, 2]])
+)doc");
+    cls.def("calculate_cross_entropy_groupings",
+            &groupingTable<&SegmentGrouper::calculateCrossEntropyGroupings>, py::arg("progress") = py::none(),
+            R"doc(
+The cross-entropy search's table behind compute_groups: ``(values, starts)`` with n + 1 entries each,
+entry k holding the value and 0-based starts the optimisation for k groups found; entry 0 is 0.0 and
+empty. Costs as much as compute_groups. ``progress`` and Ctrl-C as in compute_groups.
+
+Example:
+    >>> grouper = kestrel.SegmentGrouper([1, 1, 5, 5], [1, 1, 1, 1], False, kestrel.SegmentGrouper.MinMax)
+    >>> values, starts = grouper.calculate_cross_entropy_groupings()
+    >>> float(values[2]), starts[2].tolist()
+    (0.0, [0, 2])
 )doc");
     cls.def_static("calculate_segment_curvature", &segmentCurvature, py::arg("points"), py::arg("closed"),
                    py::arg("segments"), R"doc(

@@ -129,6 +129,21 @@ py::array_t<py::ssize_t> optimalMasterIndices(MasterOptimizer4Interpolation cons
     return toArray(result);
 }
 
+// calculate_exact_optimal_master_indices: (score, masters); the library checks the pre-groups (boundaries
+// up to n included) and maps its std::invalid_argument to ValueError.
+py::tuple exactOptimalMasterIndices(ToyOptimizer const& self, int masters, py::handle preGroupsLike) {
+    std::vector<int> const preGroups =
+        preGroupsLike.is_none() ? std::vector<int>() : toIndexVector(preGroupsLike, "pre_groups");
+    std::vector<int> result;
+    double score = 0.0;
+    {
+        py::gil_scoped_release release;
+        score = self.calculateExactOptimalMasterIndices(masters, result,
+                                                        preGroupsLike.is_none() ? nullptr : &preGroups);
+    }
+    return py::make_tuple(score, toArray(result));
+}
+
 py::array_t<double> interpolate(MasterOptimizer4Interpolation const& self, py::handle indicesLike,
                                 py::handle valuesLike) {
     std::size_t const positions = positionsOf(self);
@@ -353,6 +368,22 @@ Example:
                 return std::make_shared<ToyOptimizer>(model);
             }),
             py::arg("model"), "The optimiser of a model (shared, not copied). Example: see the class.");
+    toy.def("calculate_exact_optimal_master_indices", &exactOptimalMasterIndices,
+            py::arg("number_of_masters"), py::arg("pre_groups") = py::none(), R"doc(
+The exact counterpart of calculate_optimal_master_indices: ``(score, masters)``, the smallest score of
+evaluate_master_choice and its 0-based master positions, ascending, as an int array. ``pre_groups``
+(sorted boundaries b0 < ... < bk in 0 ... n, group g holding positions b(g) ... b(g+1) - 1) allows at
+most one master per group and one outside every group. A segment of length zero is never a master. The
+GIL is released while the search runs. Raises ValueError for number_of_masters outside 1 ... n, bad
+pre-groups, or no admissible choice.
+
+Example:
+    >>> model = kestrel.DrawbeadToyModel([2.0, 4.0, 6.0, 3.0, 5.0], [[0.1, 0.9]] * 5, closed=True)
+    >>> optimiser = kestrel.MasterOptimizer4DrawbeadToyModel(model)
+    >>> score, masters = optimiser.calculate_exact_optimal_master_indices(2)
+    >>> score == optimiser.evaluate_master_choice(masters)
+    True
+)doc");
     toy.def("__repr__", [](ToyOptimizer const& self) {
         return "MasterOptimizer4DrawbeadToyModel(positions=" + std::to_string(self.positions) + ")";
     });

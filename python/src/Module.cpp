@@ -3,7 +3,35 @@
 // std::domain_error become ValueError, std::out_of_range IndexError, std::bad_alloc MemoryError, and every
 // other std::exception (std::logic_error, std::runtime_error, boost::bad_function_call) RuntimeError. A
 // Python exception raised in a callback comes back as itself.
+#include <Kestrel/InformationTheory.h>
+
 #include "Bindings.h"
+
+namespace {
+
+// The library-wide setting: how many threads its parallel loops may use.
+void bindThreadLimit(pybind11::module_& module) {
+    module.def("set_max_number_of_threads", &Kestrel::setMaxNumberOfThreads, pybind11::arg("count"), R"doc(
+Limits the threads of every later parallel loop of the library (still at most what OMP_NUM_THREADS
+allows); 0 or below removes the limit. Results are the same bit for bit for any number of threads.
+
+Example:
+    >>> import kestrel
+    >>> kestrel.set_max_number_of_threads(1)    # e.g. beside a process that keeps every core busy
+    >>> kestrel.get_max_number_of_threads()
+    1
+    >>> kestrel.set_max_number_of_threads(0)    # no limit again
+)doc");
+    module.def("get_max_number_of_threads", &Kestrel::getMaxNumberOfThreads, R"doc(
+The limit set by set_max_number_of_threads, or 0 when there is none (the initial state).
+
+Example:
+    >>> kestrel.get_max_number_of_threads()
+    0
+)doc");
+}
+
+}  // namespace
 
 PYBIND11_MODULE(_kestrel, module) {
     module.doc() =
@@ -15,4 +43,5 @@ PYBIND11_MODULE(_kestrel, module) {
     kestrel_python::bindAnnealingFramework(module);
     kestrel_python::bindAnnealingReady(module);
     kestrel_python::bindSampling(module);
+    bindThreadLimit(module);
 }

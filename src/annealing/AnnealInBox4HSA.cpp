@@ -44,7 +44,7 @@ void checkSettings(AnnealingSettings4HSA const& settings) {
 std::vector<double> uniformPoint(Box4HSA const& box, std::mt19937& engine) {
     std::vector<double> point(box.size());
     for (std::size_t i = 0; i < box.size(); ++i) {
-        point[i] = box[i].first + (box[i].second - box[i].first) * drawUniform53(engine);
+        point[i] = box[i].first + (box[i].second - box[i].first) * annealing::drawUniform53(engine);
     }
     return point;
 }

@@ -50,7 +50,7 @@ int BasinHoppingThermalBath4HSA::chooseDecade(int kind) {
     for (int k = 0; k < kDecades; ++k) {
         total += acceptanceEstimate(kind, k);
     }
-    double u = drawUniform53(engine_) * total;
+    double u = annealing::drawUniform53(engine_) * total;
     for (int k = 0; k + 1 < kDecades; ++k) {
         double const weight = acceptanceEstimate(kind, k);
         if (u < weight) {
@@ -69,11 +69,12 @@ double BasinHoppingThermalBath4HSA::jumpTo(std::size_t i, double from, int decad
     double const lower = box_[i].first;
     double const upper = box_[i].second;
     double const width = upper - lower;
-    double const scale = jumpFraction_ * width * std::pow(10.0, -(decade + drawUniform53(engine_)));
+    double const scale =
+        jumpFraction_ * width * std::pow(10.0, -(decade + annealing::drawUniform53(engine_)));
     // A Cauchy deviate: mostly short jumps at the scale, now and then a far one.
-    double const length = scale * std::tan(kPi * (drawUniform53(engine_) - 0.5));
+    double const length = scale * std::tan(kPi * (annealing::drawUniform53(engine_) - 0.5));
     if (!(std::fabs(length) <= width)) {
-        return lower + width * drawUniform53(engine_);
+        return lower + width * annealing::drawUniform53(engine_);
     }
     double to = from + length;
     if (to > upper) {
@@ -97,8 +98,8 @@ void BasinHoppingThermalBath4HSA::calculateSamplePrivate(std::pair<double, doubl
     double const startValue = position == lastPosition_ ? lastValue_ : model->calculateValue(position);
 
     std::size_t const n = box_.size();
-    int const kind =
-        n > 1 && drawUniform53(engine_) < kSingleCoordinateShare ? kOneCoordinate : kAllCoordinates;
+    int const kind = n > 1 && annealing::drawUniform53(engine_) < kSingleCoordinateShare ? kOneCoordinate
+                                                                                         : kAllCoordinates;
     int const decade = chooseDecade(kind);
     trial_ = position;
     if (kind == kOneCoordinate) {
@@ -115,7 +116,7 @@ void BasinHoppingThermalBath4HSA::calculateSamplePrivate(std::pair<double, doubl
     double const temperature = temperatureAndChange.first;
     bool accepted = trialValue <= startValue;
     if (!accepted && temperature > 0.0) {
-        accepted = drawUniform53(engine_) < std::exp(-(trialValue - startValue) / temperature);
+        accepted = annealing::drawUniform53(engine_) < std::exp(-(trialValue - startValue) / temperature);
     }
     tries_[kind][decade] += 1.0;
     std::vector<double>& velocity = state.getVelocity();

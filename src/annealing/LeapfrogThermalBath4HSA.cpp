@@ -50,7 +50,7 @@ void LeapfrogThermalBath4HSA::calculateSamplePrivate(std::pair<double, double> t
 
     double const variance = temperatureAndChange.first + temperatureAndChange.second;
     double const scale = variance > 0.0 ? std::sqrt(variance) : 0.0;
-    fillStandardNormal(engine_, velocity);
+    annealing::fillStandardNormal(engine_, velocity);
     for (double& component : velocity) {
         component = scale * component;
     }
@@ -95,7 +95,7 @@ void LeapfrogThermalBath4HSA::calculateSamplePrivate(std::pair<double, double> t
 }
 
 double LeapfrogThermalBath4HSA::uniform() {
-    return drawUniform53(engine_);
+    return annealing::drawUniform53(engine_);
 }
 
 double LeapfrogThermalBath4HSA::energy(double value, std::vector<double> const& velocity) const {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace Kestrel {
+namespace Kestrel::annealing {
 
 double drawUniform53(std::mt19937& engine) {
     double const high = static_cast<double>(engine() >> 5);
@@ -30,4 +30,4 @@ void fillStandardNormal(std::mt19937& engine, std::vector<double>& deviates) {
     }
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::annealing

@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::annealing {
 
 // u in [0, 1) with 53 random bits: (a >> 5) * 2^26 + (b >> 6), divided by 2^53, from two outputs a, b.
 double drawUniform53(std::mt19937& engine);
@@ -17,4 +17,4 @@ double drawUniform53(std::mt19937& engine);
 // is dropped.
 void fillStandardNormal(std::mt19937& engine, std::vector<double>& deviates);
 
-}  // namespace Kestrel
+}  // namespace Kestrel::annealing

@@ -75,6 +75,7 @@ class ExactSteps {
   public:
     ExactSteps(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn)
         : reduced_(reduced),
+          reducedRows_(elementIndex(0, nOfColumns, nOfRows)),
           nOfRows_(nOfRows),
           nOfColumns_(nOfColumns),
           range_(range),
@@ -100,6 +101,7 @@ class ExactSteps {
         for (int col = 0; col < nOfColumns; ++col) {
             double const* column = reduced + elementIndex(0, col, nOfRows);
             for (int row = 0; row < nOfRows; ++row) {
+                reducedRows_[elementIndex(col, row, nOfColumns)] = column[row];
                 if (std::isfinite(column[row])) {
                     largestReduced_ = std::max(largestReduced_, std::fabs(column[row]));
                 }
@@ -150,10 +152,13 @@ class ExactSteps {
         }
     }
 
-    // Appends the row to the zero list of each listed column in which it holds a zero.
+    // Appends the row to the zero list of each listed column in which it holds a zero. Reads the row-major
+    // copy, so that the row's values are contiguous.
     void collectZerosOfRow(int row, std::vector<int> const& columns) {
+        double const* values = reducedRows_.data() + elementIndex(0, row, nOfColumns_);
+        double const added = rowAdded_[row];
         for (int const col : columns) {
-            if (value(row, col) == 0.0) {
+            if ((values[col] + added) - columnSubtracted_[col] == 0.0) {
                 zeroRows_[col].push_back(row);
                 withZeros_.insert(col);
             }
@@ -254,9 +259,10 @@ class ExactSteps {
             if (column[row] != rowMinimumOverUnstarred_[row]) {
                 continue;
             }
+            double const* values = reducedRows_.data() + elementIndex(0, row, nOfColumns_);
             double minimum = std::numeric_limits<double>::infinity();
             for (int const other : unstarredColumns_) {
-                minimum = std::min(minimum, reduced_[elementIndex(row, other, nOfRows_)]);
+                minimum = std::min(minimum, values[other]);
             }
             rowMinimumOverUnstarred_[row] = minimum;
         }
@@ -298,6 +304,7 @@ class ExactSteps {
     }
 
     double const* reduced_;
+    std::vector<double> reducedRows_;  // the same values, row-major, for the passes along one row
     int nOfRows_;
     int nOfColumns_;
     double range_;
@@ -323,20 +330,21 @@ class ExactSteps {
 
 }  // namespace
 
-double exactRange(double const* columnMajor, std::size_t nOfElements) {
+double exactRange(std::vector<std::vector<double>> const& rowMajor) {
     constexpr int kFinestExponent = -52;
     int exponent = std::numeric_limits<int>::max();
     double largest = 0.0;
-    for (std::size_t index = 0; index < nOfElements; ++index) {
-        double const element = columnMajor[index];
-        if (element == 0.0 || !std::isfinite(element)) {
-            continue;
+    for (std::vector<double> const& row : rowMajor) {
+        for (double const element : row) {
+            if (element == 0.0 || !std::isfinite(element)) {
+                continue;
+            }
+            exponent = std::min(exponent, lowestBitExponent(element));
+            if (exponent < kFinestExponent) {
+                return 0.0;
+            }
+            largest = std::max(largest, std::fabs(element));
         }
-        exponent = std::min(exponent, lowestBitExponent(element));
-        if (exponent < kFinestExponent) {
-            return 0.0;
-        }
-        largest = std::max(largest, std::fabs(element));
     }
     if (exponent == std::numeric_limits<int>::max()) {
         exponent = 0;
@@ -353,17 +361,26 @@ bool continueStepsExactly(double const* reduced, int nOfRows, int nOfColumns, do
     return ExactSteps(reduced, nOfRows, nOfColumns, range, starColumn).run();
 }
 
-bool solveByExactSteps(double const* distMatrixIn, int* assignment, int nOfRows, int nOfColumns) {
+// When the first star pass stars at least this share (1 / divisor) of the lines, as on random integer
+// matrices, the steps as they stand need few augmentations and beat the incremental form, whose per-phase
+// bookkeeping costs more than their scans there; the route is for matrices such as products of indices,
+// on which the first pass stars almost nothing and the steps adjust the matrix O(n^2) times.
+constexpr int kFewStarsDivisor = 2;
+
+bool solveByExactSteps(double const* distMatrixIn, double range, int* assignment, int nOfRows,
+                       int nOfColumns) {
     std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
-    double const range = exactRange(distMatrixIn, nOfElements);
-    if (range == 0.0) {
-        return false;
-    }
     std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
     std::copy(distMatrixIn, distMatrixIn + nOfElements, distMatrix.get());
     std::unique_ptr<bool[]> covers(
         new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-    reduceAndStar(distMatrix.get(), assignment, covers.get(), covers.get() + nOfColumns, nOfRows, nOfColumns);
+    int const minDim = reduceAndStar(distMatrix.get(), assignment, covers.get(), covers.get() + nOfColumns,
+                                     nOfRows, nOfColumns);
+    int const nOfStars =
+        static_cast<int>(std::count_if(assignment, assignment + nOfRows, [](int col) { return col >= 0; }));
+    if (nOfStars >= minDim / kFewStarsDivisor) {
+        return false;
+    }
     return continueStepsExactly(distMatrix.get(), nOfRows, nOfColumns, range, assignment);
 }
 

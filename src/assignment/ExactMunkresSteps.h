@@ -7,15 +7,15 @@
 // (and hence the assignment) come out identical.
 #pragma once
 
-#include <cstddef>
+#include <vector>
 
 namespace Kestrel::assignment {
 
-// The bound below which every value the steps form from this column-major matrix is exact: 2^(52 + e) for
+// The bound below which every value the steps form from this row-major matrix is exact: 2^(52 + e) for
 // the coarsest e such that every finite element is a multiple of 2^e, when e >= -52 (so that a non-zero
 // working value is never below DBL_EPSILON) and twice the largest finite magnitude stays below the bound.
 // Returns 0 when the matrix does not qualify. +infinity elements are skipped.
-double exactRange(double const* columnMajor, std::size_t nOfElements);
+double exactRange(std::vector<std::vector<double>> const& rowMajor);
 
 // Continues the steps after the first reduction and star pass: `reduced` is the column-major working
 // matrix at that point, starColumn[row] the column of each row's star (-1 for none). Requires a range from
@@ -25,11 +25,13 @@ double exactRange(double const* columnMajor, std::size_t nOfElements);
 // must then run).
 bool continueStepsExactly(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn);
 
-// The whole route: qualification, a working copy, the first reduction and star pass, and the incremental
-// steps. distMatrixIn is the caller's matrix in column-major order, which must admit min(rows, columns)
-// pairs on finite elements. Returns true with assignment[row] the column of each row (-1 for none), which
-// is what the Munkres steps return for this matrix; false, leaving assignment unspecified, when the matrix
-// does not qualify or leaves the exact range on the way.
-bool solveByExactSteps(double const* distMatrixIn, int* assignment, int nOfRows, int nOfColumns);
+// The whole route: a working copy, the first reduction and star pass, and the incremental steps.
+// distMatrixIn is the caller's matrix in column-major order, which must admit min(rows, columns) pairs on
+// finite elements, and range its exactRange (> 0). Returns true with assignment[row] the column of each row
+// (-1 for none), which is what the Munkres steps return for this matrix; false, leaving assignment
+// unspecified, when the first star pass already stars half the lines or more (the steps as they stand are
+// faster then) or when the values leave the exact range on the way.
+bool solveByExactSteps(double const* distMatrixIn, double range, int* assignment, int nOfRows,
+                       int nOfColumns);
 
 }  // namespace Kestrel::assignment

@@ -85,8 +85,9 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
 
-    // A matrix that is not taller than wide hands its rows to the unique-optimum route directly; the
-    // column-major copy is made only when another route runs. The cost adds the same cells in the same row
+    // A matrix that is not taller than wide hands its rows to the unique-optimum proof directly; the
+    // column-major copy is made only when another route runs. When the proof does not apply, integer-like
+    // matrices (ties are common there) take the exact steps. The cost adds the same cells in the same row
     // order as computeassignmentcost, read from the caller's rows (every row is assigned).
     bool const wide = nOfRows <= nOfColumns;
     if (allowFastRoutes && wide &&
@@ -100,11 +101,14 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
 
     std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
     copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
-    bool const solvedFast =
-        allowFastRoutes &&
-        ((!wide && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
-                       UniqueOptimumOutcome::Proved) ||
-         Kestrel::assignment::solveByExactSteps(distMatrixIn.get(), assignment.get(), nOfRows, nOfColumns));
+    bool solvedFast = allowFastRoutes && !wide &&
+                      findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+                          UniqueOptimumOutcome::Proved;
+    double const range = allowFastRoutes && !solvedFast ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
+    if (range > 0.0) {
+        solvedFast = Kestrel::assignment::solveByExactSteps(distMatrixIn.get(), range, assignment.get(),
+                                                            nOfRows, nOfColumns);
+    }
     if (solvedFast) {
         computeassignmentcost(assignment.get(), &cost, distMatrixIn.get(), nOfRows);
     } else {

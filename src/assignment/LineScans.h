@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
-#if defined(__SSE2__)
+#include "InstructionSets.h"
+
+#if KESTREL_USE_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -15,7 +17,7 @@ namespace Kestrel::assignment {
 inline bool allFinite(double const* values, int n) {
     int k = 0;
     bool finite = true;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d all = _mm_castsi128_pd(_mm_set1_epi32(-1));
     for (; k + 2 <= n; k += 2) {
         __m128d const value = _mm_loadu_pd(values + k);
@@ -33,7 +35,7 @@ inline bool allFinite(double const* values, int n) {
 // earlier minimum, as a scan that replaces the minimum only by smaller values does.
 inline void lowerToElementwiseMinimum(double* minimum, double const* values, int n) {
     int k = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     for (; k + 2 <= n; k += 2) {
         _mm_storeu_pd(minimum + k, _mm_min_pd(_mm_loadu_pd(values + k), _mm_loadu_pd(minimum + k)));
     }
@@ -48,7 +50,7 @@ inline void lineExtremes(double const* values, int n, double* minimum, double* m
     double low = values[0];
     double high = values[0];
     int k = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d lows = _mm_set1_pd(low);
     __m128d highs = lows;
     for (; k + 2 <= n; k += 2) {
@@ -74,7 +76,7 @@ inline void lineExtremes(double const* values, int n, double* minimum, double* m
 inline int countEqual(double const* values, int n, double target) {
     int count = 0;
     int k = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
         int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
@@ -94,7 +96,7 @@ inline void scanReducedCosts(double const* cost, double const* columnDual, doubl
     double low = 0.0;
     int below = 0;
     int k = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d const rowDuals = _mm_set1_pd(rowDual);
     __m128d const limits = _mm_set1_pd(limit);
     __m128d lows = _mm_setzero_pd();

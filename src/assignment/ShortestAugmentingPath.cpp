@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <limits>
 
-#if defined(__SSE2__)
+#include "InstructionSets.h"
+
+#if KESTREL_USE_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -19,7 +21,7 @@ namespace {
 void relaxFromRow(double const* cost, double offset, double row, double const* v, double const* blocked,
                   double* distance, double* reachedFrom, int nCols) {
     int col = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d const offsets = _mm_set1_pd(offset);
     __m128d const rows = _mm_set1_pd(row);
     for (; col + 2 <= nCols; col += 2) {
@@ -47,7 +49,7 @@ void relaxFromRow(double const* cost, double offset, double row, double const* v
 double lowestOpenDistance(double const* distance, double const* blocked, int nCols) {
     double lowest = std::numeric_limits<double>::infinity();
     int col = 0;
-#if defined(__SSE2__)
+#if KESTREL_USE_SSE2
     __m128d lanes = _mm_set1_pd(lowest);
     for (; col + 2 <= nCols; col += 2) {
         lanes = _mm_min_pd(_mm_add_pd(_mm_loadu_pd(distance + col), _mm_loadu_pd(blocked + col)), lanes);

@@ -9,7 +9,7 @@
 #include <limits>
 
 namespace Kestrel {
-namespace detail {
+namespace common {
 namespace {
 
 // A team must take at most this share of the time the caller alone would have needed, or the next rounds
@@ -91,5 +91,5 @@ void AdaptiveTeam::endRound() {
     }
 }
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

@@ -25,7 +25,7 @@
 #include "ParallelFor.h"
 
 namespace Kestrel {
-namespace detail {
+namespace common {
 
 // CPU time consumed by the calling thread so far, in seconds.
 double threadCpuSeconds();
@@ -46,18 +46,18 @@ class AdaptiveTeam {
     template <class Body>
     void forEachBlock(std::ptrdiff_t count, Body&& body) {
         if (most_ == 1 || count <= 0) {
-            detail::forEachBlock(1, count, body);
+            common::forEachBlock(1, count, body);
             return;
         }
         auto const start = std::chrono::steady_clock::now();
         if (current_ == 1) {
             double const cpuStart = threadCpuSeconds();
-            detail::forEachBlock(1, count, body);
+            common::forEachBlock(1, count, body);
             cpuSeconds_.front() += threadCpuSeconds() - cpuStart;
             wallSeconds_ += secondsSince(start);
             return;
         }
-        detail::forEachBlock(current_, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+        common::forEachBlock(current_, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
             double const cpuStart = threadCpuSeconds();
             body(begin, end, thread);
             cpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
@@ -99,5 +99,5 @@ class AdaptiveTeam {
     std::vector<double> cpuSeconds_;  // per thread, of the current round's loops
 };
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

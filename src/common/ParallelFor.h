@@ -23,7 +23,7 @@
 #include "ThreadLimit.h"
 
 namespace Kestrel {
-namespace detail {
+namespace common {
 
 // Threads for a loop: threadsForLoop() when the work is worth a team, otherwise 1.
 inline int threadsFor(bool worthThreads) {
@@ -194,5 +194,5 @@ void forEachTaskReportingInOrder(std::ptrdiff_t count, Task&& task, Report&& rep
     failures.rethrowFirst();
 }
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

@@ -22,7 +22,7 @@ int getMaxNumberOfThreads() {
     return threadLimit.load(std::memory_order_relaxed);
 }
 
-namespace detail {
+namespace common {
 
 int threadsForLoop() {
     if (omp_in_parallel()) {
@@ -33,5 +33,5 @@ int threadsForLoop() {
     return limit > 0 ? std::min(limit, available) : available;
 }
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

@@ -7,10 +7,10 @@
 #pragma once
 
 namespace Kestrel {
-namespace detail {
+namespace common {
 
 // Guarantees: a value of at least 1. Thread-safe.
 int threadsForLoop();
 
-}  // namespace detail
+}  // namespace common
 }  // namespace Kestrel

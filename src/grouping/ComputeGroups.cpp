@@ -5,6 +5,7 @@
 
 #include "GroupCountChoice.h"
 #include "ParallelFor.h"
+#include "SegmentSearchSettings.h"
 
 #include <cstddef>
 #include <functional>
@@ -44,8 +45,7 @@ double SegmentGrouper::optimizeIntraGroupVariation(int numberOfGroups, std::vect
         std::bind(&SegmentGrouper::evaluate, this, _1);
     CombinatorialCrossEntropyOptimization optimiser(
         numberOfGroups, groupStartTransitions(getNumOfSegments(), closed), objective, false);
-    CombinatorialCrossEntropyOptimization::Parameters const parameters(
-        0.8, 0.05, 5.0, 3, true, 30, CombinatorialCrossEntropyOptimization::StaticPopulation);
+    CombinatorialCrossEntropyOptimization::Parameters const parameters = common::segmentSearchParameters();
     std::vector<int> result;
     double const best = optimiser.optimize(parameters, result, nullptr, 0);
     starts = result;
@@ -73,7 +73,7 @@ void SegmentGrouper::computeGroups(
     // The optimisations for different k share nothing (each has its own optimiser and its own seeded
     // stream), so they run side by side, one per thread at a time, each on one thread; the choice of k
     // below waits for all of them. Progress is reported in increasing k on the calling thread.
-    detail::forEachTaskReportingInOrder(
+    common::forEachTaskReportingInOrder(
         n,
         [&](std::ptrdiff_t task) {
             std::size_t const k = static_cast<std::size_t>(task) + 1;
@@ -84,9 +84,9 @@ void SegmentGrouper::computeGroups(
                 progress(static_cast<int>(task) + 1, n);
             }
         });
-    result = bestStarts[chooseNumberOfGroups(bestValue, bestStarts, [this](std::vector<int> const& starts) {
-        return isAcceptableGrouping(starts);
-    })];
+    result = bestStarts[grouping::chooseNumberOfGroups(
+        bestValue, bestStarts,
+        [this](std::vector<int> const& starts) { return isAcceptableGrouping(starts); })];
 }
 
 }  // namespace Kestrel

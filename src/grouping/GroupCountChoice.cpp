@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace Kestrel {
+namespace Kestrel::grouping {
 
 namespace {
 
@@ -60,4 +60,4 @@ std::size_t chooseNumberOfGroups(std::vector<double> const& bestValue,
     return largestWidenedGain(gains(bestValue, bestStarts, isAcceptable));
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::grouping

@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::grouping {
 
 // `bestValue[k]` and `bestStarts[k]` (k = 1 ... n, entry 0 unused) are the objective value and the 0-based
 // starts of the best grouping into k groups; `isAcceptable` judges a grouping by its starts.
@@ -20,4 +20,4 @@ std::size_t chooseNumberOfGroups(std::vector<double> const& bestValue,
                                  std::vector<std::vector<int>> const& bestStarts,
                                  std::function<bool(std::vector<int> const&)> const& isAcceptable);
 
-}  // namespace Kestrel
+}  // namespace Kestrel::grouping

@@ -1,13 +1,15 @@
 #include "GroupingInputChecks.h"
 
-#include "OptimiserInputChecks.h"
+#include "MessageText.h"
 
 #include <cmath>
 #include <stdexcept>
 #include <string>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::grouping {
+
+using common::entryText;
+using common::numberText;
 
 namespace {
 
@@ -81,5 +83,4 @@ void checkPolylineSegments(std::vector<std::pair<double, double>> const& points,
     }
 }
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::grouping

@@ -6,8 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::grouping {
 
 // values and lengths: the same number of entries, every entry finite.
 void checkSegmentLine(std::vector<double> const& values, std::vector<double> const& lengths);
@@ -21,5 +20,4 @@ void checkSegmentStarts(std::vector<int> const& segmentStarts, std::size_t value
 void checkPolylineSegments(std::vector<std::pair<double, double>> const& points,
                            std::vector<std::pair<int, int>> const& segments);
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::grouping

@@ -101,7 +101,7 @@ int SegmentGrouper::calculateRecommendedNumberOfMasterSegments(bool closed, std:
     if (segmentCount < 4) {
         return std::min(segmentCount, 3);
     }
-    detail::checkSegmentStarts(segmentStarts, values.size());
+    grouping::checkSegmentStarts(segmentStarts, values.size());
     std::vector<double> const means = segmentMeans(closed, values, segmentStarts);
     double scaleSum = 0.0;
     for (double const mean : means) {

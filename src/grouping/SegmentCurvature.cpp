@@ -242,7 +242,7 @@ void SegmentGrouper::calculateSegmentCurvature(std::vector<std::pair<double, dou
         curvature.assign(segments.size(), 0.0);
         return;
     }
-    detail::checkPolylineSegments(points, segments);
+    grouping::checkPolylineSegments(points, segments);
     std::vector<double> const arcLength = arcLengths(points);
     ExtendedLine const extended = closed && segments.size() >= 2
                                       ? extendClosedLine(points, arcLength, segments)

@@ -26,7 +26,7 @@ SegmentGrouper::SegmentGrouper(std::vector<double> const& segmentValues,
                                std::vector<double> const& segmentLengths, bool closedLine,
                                DispersionMeasure measure)
     : values(segmentValues), lengths(segmentLengths), closed(closedLine), dispersionMeasure(measure) {
-    detail::checkSegmentLine(values, lengths);
+    grouping::checkSegmentLine(values, lengths);
     // Uniform values carry no information to group by; they are replaced by values derived from the
     // lengths (shorter segments get larger values), with an alternating ripple when the lengths are
     // uniform too. The tolerance shrinks as the total length grows.

@@ -42,11 +42,11 @@ DrawbeadToyModel::DrawbeadToyModel(std::vector<double> const& segmentLengths,
       transitionLengths(transitionLengths != nullptr ? *transitionLengths
                                                      : deriveTransitionLengths(segmentLengths, closed)),
       closed(closed) {
-    detail::checkToyModelLine(this->segmentLengths, this->minMaxData, this->transitionLengths);
+    masters::checkToyModelLine(this->segmentLengths, this->minMaxData, this->transitionLengths);
 }
 
 double DrawbeadToyModel::getSegmentLength(int i) const {
-    detail::checkSegmentIndex("DrawbeadToyModel::getSegmentLength: i", i, segmentLengths.size());
+    masters::checkSegmentIndex("DrawbeadToyModel::getSegmentLength: i", i, segmentLengths.size());
     return segmentLengths[i];
 }
 
@@ -63,8 +63,8 @@ std::vector<double> const& DrawbeadToyModel::getTransitionLengths() const {
 }
 
 double DrawbeadToyModel::distance(int from, int to) const {
-    detail::checkSegmentIndex("DrawbeadToyModel::distance: from", from, segmentLengths.size());
-    detail::checkSegmentIndex("DrawbeadToyModel::distance: to", to, segmentLengths.size());
+    masters::checkSegmentIndex("DrawbeadToyModel::distance: from", from, segmentLengths.size());
+    masters::checkSegmentIndex("DrawbeadToyModel::distance: to", to, segmentLengths.size());
     int const n = static_cast<int>(segmentLengths.size());
     double sum = 0.0;
     if (from <= to) {
@@ -83,8 +83,8 @@ double DrawbeadToyModel::distance(int from, int to) const {
 }
 
 double DrawbeadToyModel::fullDistance(int from, int to) const {
-    detail::checkSegmentIndex("DrawbeadToyModel::fullDistance: from", from, segmentLengths.size());
-    detail::checkSegmentIndex("DrawbeadToyModel::fullDistance: to", to, segmentLengths.size());
+    masters::checkSegmentIndex("DrawbeadToyModel::fullDistance: from", from, segmentLengths.size());
+    masters::checkSegmentIndex("DrawbeadToyModel::fullDistance: to", to, segmentLengths.size());
     int const n = static_cast<int>(segmentLengths.size());
     double sum = 0.5 * segmentLengths[from];
     sum += transitionAfter(transitionLengths, from);

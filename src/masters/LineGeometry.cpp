@@ -19,22 +19,25 @@ MasterOptimizer4DrawbeadToyModel::Geometry::Geometry(std::shared_ptr<DrawbeadToy
     if (n == 0 || n > kMaxTabulatedSegments) {
         return;
     }
-    // fullDistance(from, to) is the running sum 0.5 * l[from] + t[from] (+ l[k] + t[k] for each segment
-    // passed) completed by + 0.5 * l[to]: one walk around the line from each `from` gives a whole row, with
-    // exactly the additions the model makes.
-    std::vector<double> const& transitions = model->getTransitionLengths();
     fullDistances.resize(n * n);
     for (std::size_t from = 0; from < n; ++from) {
-        double* const row = &fullDistances[from * n];
-        double running = 0.5 * lengths[from];
-        running += transitionAfter(transitions, from);
-        row[from] = running + 0.5 * lengths[from];
-        for (std::size_t step = 1; step < n; ++step) {
-            std::size_t const to = (from + step) % n;
-            row[to] = running + 0.5 * lengths[to];
-            running += lengths[to];
-            running += transitionAfter(transitions, to);
-        }
+        fullDistancesFrom(from, &fullDistances[from * n]);
+    }
+}
+
+// fullDistance(from, to) is the running sum 0.5 * l[from] + t[from] (+ l[k] + t[k] for each segment passed)
+// completed by + 0.5 * l[to]: one walk around the line from `from` gives the whole row, with exactly the
+// additions the model makes.
+void MasterOptimizer4DrawbeadToyModel::Geometry::fullDistancesFrom(std::size_t from, double* row) const {
+    std::vector<double> const& transitions = model->getTransitionLengths();
+    double running = 0.5 * lengths[from];
+    running += transitionAfter(transitions, from);
+    row[from] = running + 0.5 * lengths[from];
+    for (std::size_t step = 1; step < n; ++step) {
+        std::size_t const to = (from + step) % n;
+        row[to] = running + 0.5 * lengths[to];
+        running += lengths[to];
+        running += transitionAfter(transitions, to);
     }
 }
 

@@ -31,6 +31,9 @@ class MasterOptimizer4DrawbeadToyModel::Geometry {
 
     std::vector<double> const& segmentLengths() const { return lengths; }
 
+    // row[to] = the model's fullDistance(from, to) for every to = 0 ... n - 1, in O(n) for any line length.
+    void fullDistancesFrom(std::size_t from, double* row) const;
+
   private:
     double fullDistance(int from, int to) const;
 

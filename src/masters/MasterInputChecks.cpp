@@ -1,13 +1,15 @@
 #include "MasterInputChecks.h"
 
-#include "OptimiserInputChecks.h"
+#include "MessageText.h"
 
 #include <cmath>
 #include <stdexcept>
 #include <string>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::masters {
+
+using common::entryText;
+using common::numberText;
 
 namespace {
 
@@ -102,5 +104,4 @@ void checkSearchableLengths(std::vector<double> const& lengths) {
     }
 }
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::masters

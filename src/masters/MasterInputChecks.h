@@ -7,8 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::masters {
 
 // One (minimum, maximum) pair per segment; every segment length and transition length finite and not
 // negative.
@@ -30,5 +29,4 @@ void checkInterpolationMasters(std::vector<int> const& masterIndices, std::vecto
 // Every length positive: a master on a zero-length segment scores NaN, so no search can rank it.
 void checkSearchableLengths(std::vector<double> const& lengths);
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::masters

@@ -34,7 +34,7 @@ MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
     : MasterOptimizer4Interpolation(checked(model).getMinMaxData(), penaltyOf(model.get())),
       model(model),
       geometry(std::make_shared<Geometry const>(std::move(model))) {
-    setSearchPrecondition([line = geometry] { detail::checkSearchableLengths(line->segmentLengths()); });
+    setSearchPrecondition([line = geometry] { masters::checkSearchableLengths(line->segmentLengths()); });
 }
 
 MasterOptimizer4DrawbeadToyModel::MasterOptimizer4DrawbeadToyModel(
@@ -60,7 +60,7 @@ std::shared_ptr<std::vector<double>> MasterOptimizer4DrawbeadToyModel::getInterp
     int const n = static_cast<int>(line.getMinMaxData().size());
     std::size_t const m = masterIndices.size();
     bool const closed = line.isClosed();
-    detail::checkInterpolationMasters(masterIndices, masterValues, static_cast<std::size_t>(n));
+    masters::checkInterpolationMasters(masterIndices, masterValues, static_cast<std::size_t>(n));
 
     auto result = std::make_shared<std::vector<double>>(n, std::numeric_limits<double>::quiet_NaN());
     std::vector<double>& value = *result;

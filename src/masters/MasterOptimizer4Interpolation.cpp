@@ -4,6 +4,7 @@
 
 #include "MasterInputChecks.h"
 #include "MasterTransitionMatrix.h"
+#include "SegmentSearchSettings.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,12 +13,6 @@ namespace Kestrel {
 namespace {
 
 using Optimiser = CombinatorialCrossEntropyOptimization;
-
-// Settings of every master search: smoothing 0.8, elite quantile 5 %, population n * (n + 1) * 5, a run
-// ends after 3 equal thresholds or best scores, at most 29 iterations.
-Optimiser::Parameters masterSearchParameters() {
-    return Optimiser::Parameters(0.8, 0.05, 5.0, 3, true, 30, Optimiser::StaticPopulation);
-}
 
 }  // namespace
 
@@ -52,20 +47,20 @@ void MasterOptimizer4Interpolation::calculateOptimalMasterIndices(int numberOfMa
         result.assign(1, 0);
         return;
     }
-    int const masters = std::min(numberOfMasters, n);
+    int const masterCount = std::min(numberOfMasters, n);
     if (preGroups != nullptr) {
-        detail::checkMasterPreGroups(*preGroups, minMaxData.size(), masters);
+        masters::checkMasterPreGroups(*preGroups, minMaxData.size(), masterCount);
     }
     if (searchPrecondition) {
         searchPrecondition();
     }
 
-    std::vector<std::vector<double>> const matrix = buildMasterTransitionMatrix(minMaxData.size());
+    std::vector<std::vector<double>> const matrix = masters::buildMasterTransitionMatrix(minMaxData.size());
     Optimiser::Objective const objective = [this](std::vector<int> const& choice) {
         return masterChoiceEvaluator(choice);
     };
-    Optimiser optimiser(masters, matrix, objective, false);
-    Optimiser::Parameters const parameters = masterSearchParameters();
+    Optimiser optimiser(masterCount, matrix, objective, false);
+    Optimiser::Parameters const parameters = common::segmentSearchParameters();
     result.clear();
     optimiser.setPreGroups(preGroups);
     optimiser.optimize(parameters, result, nullptr, 0);

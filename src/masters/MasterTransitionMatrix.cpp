@@ -1,6 +1,6 @@
 #include "MasterTransitionMatrix.h"
 
-namespace Kestrel {
+namespace Kestrel::masters {
 
 std::vector<std::vector<double>> buildMasterTransitionMatrix(std::size_t n) {
     std::vector<std::vector<double>> matrix(n + 1);
@@ -13,4 +13,4 @@ std::vector<std::vector<double>> buildMasterTransitionMatrix(std::size_t n) {
     return matrix;
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::masters

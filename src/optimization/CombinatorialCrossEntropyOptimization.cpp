@@ -38,7 +38,7 @@ void checkMatrixAfterCallback(std::vector<std::vector<double>> const& matrix, in
                                     std::to_string(matrix.size()) + " rows instead of " +
                                     std::to_string(rows));
     }
-    detail::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
+    optimization::checkTransitionMatrix(matrix, "optimize: the matrix after the progress callback");
 }
 
 }  // namespace
@@ -81,8 +81,8 @@ void CombinatorialCrossEntropyOptimization::setPreGroups(std::vector<int> const*
         return;
     }
     int const rows = static_cast<int>(d_->probabilities.size());
-    detail::checkPreGroupBoundaries(*groups, rows);
-    d_->exclusionLists = detail::buildExclusionLists(*groups, rows);
+    optimization::checkPreGroupBoundaries(*groups, rows);
+    d_->exclusionLists = optimization::buildExclusionLists(*groups, rows);
 }
 
 std::uint64_t CombinatorialCrossEntropyOptimization::getNumberOfEvaluations() const {
@@ -96,8 +96,8 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         return noResult;
     }
     Private& state = *d_;
-    detail::checkSmoothing(parameters.smoothing);
-    detail::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
+    optimization::checkSmoothing(parameters.smoothing);
+    optimization::checkTransitionMatrix(state.probabilities, "optimize: the transition matrix");
     int const rows = static_cast<int>(state.probabilities.size());
     Objective const& objective = *state.objective;
 
@@ -106,21 +106,21 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<std::vector<int>> bestSelectionHistory;
     std::vector<std::vector<int>> selections;
     std::vector<double> scores;
-    detail::EliteTransitionCounts eliteCounts;
+    optimization::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
     // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
-    auto const draws = std::make_shared<UniformStream>(kSeed);
+    auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
     // Drawing and scoring a population take about the same time every iteration: the team is chosen by
     // measuring them (the calling thread alone when a team does not pay on this machine right now).
-    detail::AdaptiveTeam team(detail::threadsForLoop());
+    common::AdaptiveTeam team(common::threadsForLoop());
 
     for (int iteration = 1;;) {
-        HamiltonianPathMCGenerator generator(state.probabilities, draws);
+        optimization::HamiltonianPathMCGenerator generator(state.probabilities, draws);
         generator.setTeam(&team);
-        std::int64_t const entropy = detail::entropyCount(state.probabilities);
-        detail::Population const population =
-            detail::populationSize(parameters.sampleFactor, basePopulation,
-                                   isStaticPopulation(parameters.populationDynamics), rows, entropy);
+        std::int64_t const entropy = optimization::entropyCount(state.probabilities);
+        optimization::Population const population =
+            optimization::populationSize(parameters.sampleFactor, basePopulation,
+                                         isStaticPopulation(parameters.populationDynamics), rows, entropy);
         if (population.size <= 0) {
             return noResult;
         }
@@ -165,14 +165,15 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
 
         thresholdHistory.push_back(threshold);
-        bool converged = detail::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
+        bool converged =
+            optimization::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
 
-        std::size_t const best = detail::firstSmallest(scores);
+        std::size_t const best = optimization::firstSmallest(scores);
         bestSelectionHistory.push_back(selections[best]);
         bestScoreHistory.push_back(scores[best]);
         lastMinimum = scores[best];
         if (parameters.checkBestStall) {
-            converged = converged || detail::stalled(bestScoreHistory, parameters.stallIterations);
+            converged = converged || optimization::stalled(bestScoreHistory, parameters.stallIterations);
         }
 
         ++iteration;
@@ -181,7 +182,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
     }
 
-    result = bestSelectionHistory[detail::firstSmallest(bestScoreHistory)];
+    result = bestSelectionHistory[optimization::firstSmallest(bestScoreHistory)];
     return lastMinimum;
 }
 

@@ -4,8 +4,7 @@
 #include <cmath>
 #include <limits>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::optimization {
 
 int rowPerplexity(std::vector<double> const& row) {
     double entropy = 0.0;
@@ -163,5 +162,4 @@ void EliteTransitionCounts::updateMatrix(std::vector<std::vector<double>>& matri
     }
 }
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::optimization {
 
 // exp of the entropy of one row: H = sum over the entries p > 0, in entry order, of p * log(1 / p);
 // the result is max(1, (int)exp(H)) (saturated at the largest int). An empty row gives 1.
@@ -58,5 +57,4 @@ class EliteTransitionCounts {
     std::vector<std::uint64_t> counts_;  // row-major, counts_[from * rows_ + to]
 };
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 namespace {
 
@@ -65,7 +65,7 @@ class HamiltonianPathMCGenerator::Private {
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists);
 
-    detail::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
+    common::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
 
   private:
     // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into *selections[k].
@@ -121,7 +121,7 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
     bool const worthThreads = count * length * width_ >= kParallelWork;
-    int const threads = !worthThreads ? 1 : team != nullptr ? team->threads() : detail::threadsForLoop();
+    int const threads = !worthThreads ? 1 : team != nullptr ? team->threads() : common::threadsForLoop();
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(threads));
     auto const drawOneBatch = [&](std::ptrdiff_t batch, int thread) {
         WalkScratch& workerScratch = scratch[static_cast<std::size_t>(thread)];
@@ -144,7 +144,7 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     if (worthThreads && team != nullptr) {
         team->forEachIndex(static_cast<std::ptrdiff_t>(batches), drawOneBatch);
     } else {
-        detail::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches), drawOneBatch);
+        common::forEachIndex(threads, static_cast<std::ptrdiff_t>(batches), drawOneBatch);
     }
 }
 
@@ -220,7 +220,7 @@ HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<d
                                                        std::shared_ptr<UniformStream> stream)
     : d_(std::make_shared<Private>(matrix, std::move(stream))) {}
 
-void HamiltonianPathMCGenerator::setTeam(detail::AdaptiveTeam* team) {
+void HamiltonianPathMCGenerator::setTeam(common::AdaptiveTeam* team) {
     d_->team = team;
 }
 
@@ -235,4 +235,4 @@ void HamiltonianPathMCGenerator::generatePathsWithExclusions(
     d_->generate(numberOfPaths, paths, pathLength, &exclusionLists);
 }
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -29,7 +29,7 @@
 #include <memory>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 class HamiltonianPathMCGenerator {
   public:
@@ -50,11 +50,11 @@ class HamiltonianPathMCGenerator {
 
     // Large populations of the following calls are drawn on `team` (which must outlive them) as part of
     // its current round; until set, on the library's threads. The selections do not depend on it.
-    void setTeam(detail::AdaptiveTeam* team);
+    void setTeam(common::AdaptiveTeam* team);
 
   private:
     class Private;
     std::shared_ptr<Private> d_;
 };
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

@@ -1,22 +1,14 @@
 #include "OptimiserInputChecks.h"
 
+#include "MessageText.h"
+
 #include <cmath>
-#include <sstream>
 #include <stdexcept>
 
-namespace Kestrel {
-namespace detail {
+namespace Kestrel::optimization {
 
-std::string numberText(double value) {
-    std::ostringstream text;
-    text.precision(17);
-    text << value;
-    return text.str();
-}
-
-std::string entryText(char const* name, std::size_t index) {
-    return std::string(name) + "[" + std::to_string(index) + "]";
-}
+using common::entryText;
+using common::numberText;
 
 void checkTransitionMatrix(std::vector<std::vector<double>> const& matrix, std::string const& what) {
     std::size_t const rows = matrix.size();
@@ -69,5 +61,4 @@ void checkPreGroupBoundaries(std::vector<int> const& boundaries, int rows) {
     }
 }
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

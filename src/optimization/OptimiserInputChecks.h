@@ -4,19 +4,10 @@
 // offending argument, row, entry or value.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
-namespace Kestrel {
-namespace detail {
-
-// `value` as text with every digit needed to read it back (17 significant digits; "nan", "inf", "-inf"),
-// for messages that quote an offending number. Also used by the families built on the optimiser.
-std::string numberText(double value);
-
-// "name[index]", for messages that name an offending entry.
-std::string entryText(char const* name, std::size_t index);
+namespace Kestrel::optimization {
 
 // Requires of `matrix` (n rows): every row has at least n - 1 entries, every entry is finite and not
 // negative, and every row's sum (in entry order) is finite. `what` names the matrix in the message, e.g.
@@ -32,5 +23,4 @@ void checkSmoothing(double smoothing);
 // std::invalid_argument naming the index and value of the first offending boundary.
 void checkPreGroupBoundaries(std::vector<int> const& boundaries, int rows);
 
-}  // namespace detail
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

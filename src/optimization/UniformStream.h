@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace Kestrel {
+namespace Kestrel::optimization {
 
 class UniformStream {
   public:
@@ -38,4 +38,4 @@ class UniformStream {
     std::vector<double> draws_;
 };
 
-}  // namespace Kestrel
+}  // namespace Kestrel::optimization

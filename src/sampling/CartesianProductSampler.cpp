@@ -68,7 +68,7 @@ std::vector<std::vector<std::uint32_t>> decodePositions(
     std::vector<std::vector<std::uint32_t>> const& positions, std::size_t pointCount) {
     std::ptrdiff_t const entryCount = static_cast<std::ptrdiff_t>(positions.size());
     std::vector<std::vector<std::uint32_t>> takenAt(positions.size());
-    detail::forEachIndex(detail::threadsFor(pointCount >= sampling::kLeastPointsForThreads), entryCount,
+    common::forEachIndex(common::threadsFor(pointCount >= sampling::kLeastPointsForThreads), entryCount,
                          [&](std::ptrdiff_t k, int) {
                              std::size_t const entry = static_cast<std::size_t>(k);
                              takenAt[entry] = sampling::stepsTakingOut(positions[entry]);

@@ -33,7 +33,7 @@ struct RemainingCandidates {
 // Each remaining candidate meets the newest centre, which replaces its nearest distance only when strictly
 // closer (the first centre sets it): the same comparisons as scanning all chosen centres in order.
 void updateNearestDistances(RemainingCandidates& remaining, std::size_t count, Point const& newest,
-                            bool first, detail::AdaptiveTeam& team) {
+                            bool first, common::AdaptiveTeam& team) {
     std::ptrdiff_t const n = static_cast<std::ptrdiff_t>(count);
     double const* x = remaining.x.data();
     double const* y = remaining.y.data();
@@ -52,7 +52,7 @@ void updateNearestDistances(RemainingCandidates& remaining, std::size_t count, P
         team.forEachBlock(n, update);
         team.endRound();
     } else {
-        detail::forEachBlock(1, n, update);
+        common::forEachBlock(1, n, update);
     }
 }
 
@@ -73,7 +73,7 @@ std::vector<Point> seedKMeansPlusPlus(std::vector<Point> const& candidates, int 
     std::minstd_rand engine(kSeedState);
 
     std::vector<Point> centres;
-    detail::AdaptiveTeam team(detail::threadsForLoop());  // one distance update per centre, rounds alike
+    common::AdaptiveTeam team(common::threadsForLoop());  // one distance update per centre, rounds alike
     std::size_t const wanted = k > 0 ? static_cast<std::size_t>(k) : 0;
     while (centres.size() < wanted && count > 0) {
         double sum = 0.0;

@@ -56,9 +56,9 @@ class BoundedAssignment {
           halfGap_(centreCount, 0.0),
           drift_(centreCount, 0.0),
           candidateTeam_(
-              detail::threadsFor(static_cast<std::ptrdiff_t>(candidates.size()) >= kParallelThreshold)),
+              common::threadsFor(static_cast<std::ptrdiff_t>(candidates.size()) >= kParallelThreshold)),
           centreTeam_(
-              detail::threadsFor(static_cast<std::ptrdiff_t>(centreCount) >= kLeastCentresForThreads)) {
+              common::threadsFor(static_cast<std::ptrdiff_t>(centreCount) >= kLeastCentresForThreads)) {
         double const scale = safeScale(candidates);
         useBounds_ = scale > 0.0;
         slack_ = kSlackPerScale * scale;
@@ -176,8 +176,8 @@ class BoundedAssignment {
     double fastestDrift_ = 0.0;
     double secondFastestDrift_ = 0.0;
     std::size_t fastestCentre_ = 0;
-    detail::AdaptiveTeam candidateTeam_;  // for the passes over all candidates, one or two per iteration
-    detail::AdaptiveTeam centreTeam_;     // for the centre gaps, once per iteration
+    common::AdaptiveTeam candidateTeam_;  // for the passes over all candidates, one or two per iteration
+    common::AdaptiveTeam centreTeam_;     // for the centre gaps, once per iteration
     double slack_ = 0.0;
     bool useBounds_ = false;
 };

@@ -32,8 +32,8 @@ std::vector<double> flatTable(std::vector<Candidates const*> const& named,
     }
     std::vector<double> table(count * pointLength);
     std::ptrdiff_t const entries = static_cast<std::ptrdiff_t>(named.size());
-    detail::forEachIndex(
-        detail::threadsFor(count >= kLeastPointsForThreads), entries, [&](std::ptrdiff_t k, int) {
+    common::forEachIndex(
+        common::threadsFor(count >= kLeastPointsForThreads), entries, [&](std::ptrdiff_t k, int) {
             std::size_t const entry = static_cast<std::size_t>(k);
             Candidates const& factor = *named[entry];
             std::vector<std::uint32_t> const& pointOf = takenAt[entry];
@@ -75,8 +75,8 @@ void assemblePoints(std::vector<Candidates const*> const& named,
     std::vector<std::vector<std::uint32_t>> const chosen =
         oneLength ? std::vector<std::vector<std::uint32_t>>() : chosenCandidates(takenAt);
     std::ptrdiff_t const pointCount = static_cast<std::ptrdiff_t>(count);
-    detail::forEachIndex(
-        detail::threadsFor(count >= kLeastPointsForThreads), pointCount, [&](std::ptrdiff_t p, int) {
+    common::forEachIndex(
+        common::threadsFor(count >= kLeastPointsForThreads), pointCount, [&](std::ptrdiff_t p, int) {
             std::size_t const i = static_cast<std::size_t>(p);
             std::vector<double>& point = points[i];
             point.reserve(pointLength);

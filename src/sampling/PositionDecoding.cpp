@@ -1,6 +1,13 @@
 #include "PositionDecoding.h"
 
+#include "InstructionSets.h"
+
+#if KESTREL_USE_SSE2
+#include <emmintrin.h>
+#endif
+#if KESTREL_USE_RUNTIME_DISPATCH
 #include <immintrin.h>
+#endif
 
 #include <array>
 #include <cstddef>
@@ -33,9 +40,6 @@ constexpr std::size_t kLeastToSplit = 65;  // up to 64 values fit one word of fl
 std::uint64_t allValues(std::size_t count) {
     return count == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
 }
-
-// Every x86-64 processor: 128-bit vectors, a byte table for selecting bits.
-namespace baseline {
 
 constexpr std::uint64_t kOnes = 0x0101010101010101u;
 constexpr std::uint64_t kHigh = 0x8080808080808080u;
@@ -78,6 +82,50 @@ int selectBit(std::uint64_t word, std::uint32_t rank) {
     unsigned const value = static_cast<unsigned>(word >> (8 * byte)) & 0xff;
     return static_cast<int>(8 * byte + kBytes.setBit[value][rank - before]);
 }
+
+// Plain C++ on every processor: the byte table selects bits, the counts sit in an array.
+namespace portable {
+
+// The counts of values left below each of the 16 ranges. A step's range is the one before the first
+// range whose count is above its position; taking a value out lowers every count above the position by
+// one. Positions are below 2^31, so signed comparisons serve.
+class RangeCounts {
+  public:
+    explicit RangeCounts(std::size_t const* starts) {
+        for (std::size_t b = 0; b < kRanges; ++b) {
+            below_[b] = static_cast<std::int32_t>(starts[b]);
+        }
+    }
+
+    // Takes out the value at `position`: returns its range and sets `below` to the count of values left
+    // below that range (which this step does not change).
+    std::size_t take(std::uint32_t position, std::uint32_t& below) {
+        std::int32_t const value = static_cast<std::int32_t>(position);
+        std::size_t firstAbove = kRanges;
+        for (std::size_t b = 0; b < kRanges; ++b) {
+            if (below_[b] > value) {
+                firstAbove = firstAbove == kRanges ? b : firstAbove;
+                below_[b] -= 1;
+            }
+        }
+        std::size_t const range = firstAbove - 1;
+        below = static_cast<std::uint32_t>(below_[range]);
+        return range;
+    }
+
+  private:
+    std::int32_t below_[kRanges];
+};
+
+#define KESTREL_DECODING_TARGET
+#include "PositionSteps.inc"
+#undef KESTREL_DECODING_TARGET
+
+}  // namespace portable
+
+#if KESTREL_USE_SSE2
+// Every x86-64 processor: the counts in four 128-bit registers, one comparison and one addition per step.
+namespace baseline {
 
 // The counts of values left below each of the 16 ranges, in four registers. A step's range is the number
 // of counts not above its position minus one; taking a value out lowers the counts above the position by
@@ -123,7 +171,9 @@ class RangeCounts {
 #undef KESTREL_DECODING_TARGET
 
 }  // namespace baseline
+#endif
 
+#if KESTREL_USE_RUNTIME_DISPATCH
 // Processors with 512-bit vectors and bit deposit: the counts in one register, the bit selection in two
 // instructions. The same operations on the same integers, so the same result.
 namespace wide {
@@ -170,20 +220,29 @@ bool wideInstructionsAvailable() {
     }();
     return available;
 }
+#endif
 
 }  // namespace
 
 std::vector<std::uint32_t> stepsTakingOut(std::vector<std::uint32_t> const& positions,
-                                          DecodingInstructions instructions) {
+                                          [[maybe_unused]] DecodingInstructions instructions) {
     std::size_t const count = positions.size();
     std::vector<std::uint32_t> takenAt(count);
     std::vector<Step> steps(count < kLeastToSplit ? 0 : count);
     std::vector<Step> scratch(count < kLeastToSplit ? 0 : count);
+#if KESTREL_USE_RUNTIME_DISPATCH
     if (instructions == DecodingInstructions::fastestAvailable && wideInstructionsAvailable()) {
         wide::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
-    } else {
-        baseline::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
+        return takenAt;
     }
+#endif
+#if KESTREL_USE_SSE2
+    if (instructions != DecodingInstructions::portable) {
+        baseline::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
+        return takenAt;
+    }
+#endif
+    portable::decode(positions.data(), count, takenAt.data(), steps.data(), scratch.data());
     return takenAt;
 }
 

@@ -7,8 +7,9 @@
 // consecutive ranges of the values (a step goes to the range whose count of values still left below it is
 // the largest one not above its position, and its position becomes relative to that range), recursively,
 // down to ranges of at most 64 values, which a 64-bit word of flags settles, two ranges side by side.
-// The counts of values left below the sixteen ranges sit in vector registers, so one comparison finds a
-// step's range and one addition updates them.
+// On x86-64 the counts of values left below the sixteen ranges sit in vector registers, so one comparison
+// finds a step's range and one addition updates them; elsewhere (or built with KESTREL_PORTABLE) a plain
+// loop over the sixteen counts does the same integer operations.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +18,10 @@
 namespace Kestrel {
 namespace sampling {
 
-// The instructions the decoding may use: those of every x86-64 processor, or the fastest the processor
-// offers (512-bit vectors and bit deposit where present). Both give the same result.
-enum class DecodingInstructions { baseline, fastestAvailable };
+// The instructions the decoding may use: plain C++ only; those of every processor of its family (SSE2 on
+// x86-64, plain C++ elsewhere); or the fastest the processor offers (512-bit vectors and bit deposit where
+// present, else the baseline). All three give the same result.
+enum class DecodingInstructions { portable, baseline, fastestAvailable };
 
 // result[v]: the step that takes out entry v. Requires: positions[i] < positions.size() - i, and fewer
 // than 2^31 positions.

@@ -31,7 +31,7 @@ TEST(RandomDeviates4HSA, UniformUsesTwoOutputsWithFiftyThreeBits) {
     for (int i = 0; i < 1000; ++i) {
         std::uint32_t const a = reference() >> 5;
         std::uint32_t const b = reference() >> 6;
-        double const u = Kestrel::drawUniform53(engine);
+        double const u = Kestrel::annealing::drawUniform53(engine);
         EXPECT_EQ(u, (a * 67108864.0 + b) / 9007199254740992.0);
         EXPECT_GE(u, 0.0);
         EXPECT_LT(u, 1.0);
@@ -42,15 +42,15 @@ TEST(RandomDeviates4HSA, NormalDeviatesFollowThePolarMethod) {
     std::mt19937 engine(9);
     std::mt19937 reference(9);
     std::vector<double> deviates(7);
-    Kestrel::fillStandardNormal(engine, deviates);
+    Kestrel::annealing::fillStandardNormal(engine, deviates);
     std::vector<double> expected;
     while (expected.size() < 8) {
         double v1 = 0.0;
         double v2 = 0.0;
         double s = 0.0;
         do {
-            v1 = 2.0 * Kestrel::drawUniform53(reference) - 1.0;
-            v2 = 2.0 * Kestrel::drawUniform53(reference) - 1.0;
+            v1 = 2.0 * Kestrel::annealing::drawUniform53(reference) - 1.0;
+            v2 = 2.0 * Kestrel::annealing::drawUniform53(reference) - 1.0;
             s = v1 * v1 + v2 * v2;
         } while (s >= 1.0 || s == 0.0);
         double const m = std::sqrt(-2.0 * std::log(s) / s);
@@ -65,7 +65,7 @@ TEST(RandomDeviates4HSA, NormalDeviatesFollowThePolarMethod) {
 TEST(RandomDeviates4HSA, NormalDeviatesHaveUnitVariance) {
     std::mt19937 engine(1);
     std::vector<double> deviates(20000);
-    Kestrel::fillStandardNormal(engine, deviates);
+    Kestrel::annealing::fillStandardNormal(engine, deviates);
     double sum = 0.0;
     for (double const z : deviates) {
         sum += z;

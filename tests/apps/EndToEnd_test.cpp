@@ -370,7 +370,7 @@ TEST(KtxHelp, EverySubcommandShowsAnExampleInput) {
     EXPECT_THAT(demo.out, HasSubstr("ktx demo"));
 }
 
-TEST(KtxDemo, PrintsItsSummaryAndWritesThreePictures) {
+TEST(KtxDemo, PrintsItsSummaryAndWritesFourPictures) {
     ScratchFolder const folder;
     KtxRun const run = runKtx({"demo", "--dir", folder.path("pictures")});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -383,7 +383,13 @@ TEST(KtxDemo, PrintsItsSummaryAndWritesThreePictures) {
     EXPECT_THAT(run.out, HasSubstr(folder.path("pictures")));
     auto entries = ktx::testing::folderEntries(folder.path("pictures"));
     std::sort(entries.begin(), entries.end());
-    EXPECT_EQ(entries, (std::vector<std::string>{"curvature.svg", "grouping.svg", "masters.svg"}));
+    EXPECT_EQ(entries,
+              (std::vector<std::string>{"curvature.svg", "grouping.svg", "masters.svg", "objective.svg"}));
+    EXPECT_THAT(run.out, HasSubstr("cross-entropy: "));
+    EXPECT_THAT(run.out, HasSubstr("exact: "));
+    std::string const objective = readFile(folder.path("pictures") + "/objective.svg");
+    EXPECT_THAT(objective, HasSubstr("class=\"cross-entropy\""));
+    EXPECT_THAT(objective, HasSubstr("class=\"exact\""));
 }
 
 TEST(KtxGroup, ShowsOneProgressLineOnATerminalOnly) {

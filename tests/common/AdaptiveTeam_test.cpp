@@ -15,13 +15,13 @@
 
 namespace {
 
-using Kestrel::detail::AdaptiveTeam;
+using Kestrel::common::AdaptiveTeam;
 
 using Kestrel::test::ThreadCount;
 
 // Waits until no team round has failed to pay for a second, so that a new object starts on a team.
 void waitUntilTeamsAreTriedFirst() {
-    while (Kestrel::detail::teamRecentlyUnpaid()) {
+    while (Kestrel::common::teamRecentlyUnpaid()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
 }
@@ -86,8 +86,8 @@ bool runRound(AdaptiveTeam& team, double work, double wait) {
         } else if (onATeam) {
             waitFor(helperRan);
         }
-        double const start = Kestrel::detail::threadCpuSeconds();
-        while (Kestrel::detail::threadCpuSeconds() - start < work) {
+        double const start = Kestrel::common::threadCpuSeconds();
+        while (Kestrel::common::threadCpuSeconds() - start < work) {
         }
         if (thread != 0) {
             std::this_thread::sleep_for(std::chrono::duration<double>(wait));
@@ -132,7 +132,7 @@ TEST(AdaptiveTeam, RoundsTooShortToPayAreNotTriedOnATeamAgain) {
     }
     EXPECT_EQ(team.threads(), 1);
     // Nor does such a round tell other sequences anything about the machine.
-    EXPECT_FALSE(Kestrel::detail::teamRecentlyUnpaid());
+    EXPECT_FALSE(Kestrel::common::teamRecentlyUnpaid());
     EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
     for (int round = 0; round < 60; ++round) {
         runRound(team, 0.0, 0.0);
@@ -172,7 +172,7 @@ TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond)
     if (!runRound(first, 0.002, 0.030)) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
     }
-    EXPECT_TRUE(Kestrel::detail::teamRecentlyUnpaid());
+    EXPECT_TRUE(Kestrel::common::teamRecentlyUnpaid());
     AdaptiveTeam second(2);
     EXPECT_EQ(second.threads(), 1);
     EXPECT_EQ(AdaptiveTeam(1).threads(), 1);

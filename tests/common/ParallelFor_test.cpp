@@ -17,9 +17,9 @@
 
 namespace {
 
-using Kestrel::detail::forEachBlock;
-using Kestrel::detail::forEachIndex;
-using Kestrel::detail::forEachTaskReportingInOrder;
+using Kestrel::common::forEachBlock;
+using Kestrel::common::forEachIndex;
+using Kestrel::common::forEachTaskReportingInOrder;
 
 using Kestrel::test::ThreadCount;
 
@@ -115,7 +115,7 @@ TEST(ParallelFor, FailingBlockOfTheLowestIndicesWins) {
 }
 
 TEST(ParallelFor, LoopFailuresKeepTheLowestPosition) {
-    Kestrel::detail::LoopFailures failures(2);
+    Kestrel::common::LoopFailures failures(2);
     EXPECT_FALSE(failures.failedBelow(100));
     try {
         throw std::runtime_error("late");
@@ -209,7 +209,7 @@ TEST(ParallelFor, FirstFailureInSerialOrderWinsBetweenTasksAndReports) {
 }
 
 TEST(ParallelFor, CapturedExceptionKeepsItsTypeAndText) {
-    Kestrel::detail::LoopFailures failures(1);
+    Kestrel::common::LoopFailures failures(1);
     try {
         throw std::logic_error("Missing implementation");
     } catch (...) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-using Kestrel::detail::threadsForLoop;
+using Kestrel::common::threadsForLoop;
 
 // Restores the number of OpenMP threads and the library's limit when a test ends.
 class ThreadSettings {
@@ -34,7 +34,7 @@ class ThreadSettings {
 // The size of the team a loop of the library gets right now.
 int teamOfALoop() {
     std::atomic<int> largest{0};
-    Kestrel::detail::forEachBlock(threadsForLoop(), 64, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
+    Kestrel::common::forEachBlock(threadsForLoop(), 64, [&](std::ptrdiff_t, std::ptrdiff_t, int thread) {
         int seen = largest.load();
         while (thread + 1 > seen && !largest.compare_exchange_weak(seen, thread + 1)) {
         }

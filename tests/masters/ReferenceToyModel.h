@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace Kestrel::ReferenceToyModel {
+namespace ReferenceToyModel {
 
 struct Line {
     std::vector<double> lengths;
@@ -176,4 +176,4 @@ inline std::vector<int> randomAscendingChoice(std::mt19937& engine, int n, int c
     return choice;
 }
 
-}  // namespace Kestrel::ReferenceToyModel
+}  // namespace ReferenceToyModel

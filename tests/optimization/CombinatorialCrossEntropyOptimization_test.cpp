@@ -357,7 +357,8 @@ TEST_F(OptimiserTest, ObjectiveExceptionOfTheLowestSelectionIndexIsRethrown) {
     int const population = 8 * 7 * 5;
     // The first iteration's population, as the optimiser draws it (ordered selections).
     std::vector<std::vector<int>> selections;
-    Kestrel::HamiltonianPathMCGenerator(matrix, 193).generatePaths(population, selections, pathLength);
+    Kestrel::optimization::HamiltonianPathMCGenerator(matrix, 193)
+        .generatePaths(population, selections, pathLength);
     auto throws = [](std::vector<int> const& s) { return s[0] == 5 && s[1] > 3; };
     std::size_t first = 0;
     while (!throws(selections[first])) {

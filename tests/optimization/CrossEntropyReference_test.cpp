@@ -46,7 +46,7 @@ TEST_P(ThreadCount, GeneratorMatchesReference) {
                                    : std::vector<std::vector<int>>{};
 
         ReferenceCrossEntropy::Generator reference(matrix, seed);
-        Kestrel::HamiltonianPathMCGenerator generator(matrix, seed);
+        Kestrel::optimization::HamiltonianPathMCGenerator generator(matrix, seed);
         // Two populations from the same generator: the engine goes on where the first one stopped.
         for (int round = 0; round < 2; ++round) {
             std::vector<std::vector<int>> expected;
@@ -188,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(OneAndTwoThreads, ThreadCount, ::testing::Values(1, 2))
 // the reference's, bit for bit.
 TEST(CrossEntropyReference, OptimizeMatchesReferenceWhileTheTeamComesAndGoes) {
     omp_set_num_threads(2);
-    while (Kestrel::detail::teamRecentlyUnpaid()) {
+    while (Kestrel::common::teamRecentlyUnpaid()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     std::mt19937 random(11);

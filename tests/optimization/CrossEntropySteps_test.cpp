@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace Kestrel::detail;
+using namespace Kestrel::optimization;
 
 double const kInfinity = std::numeric_limits<double>::infinity();
 double const kNaN = std::numeric_limits<double>::quiet_NaN();

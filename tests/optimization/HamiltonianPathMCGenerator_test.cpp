@@ -14,7 +14,7 @@
 
 namespace {
 
-using Kestrel::HamiltonianPathMCGenerator;
+using Kestrel::optimization::HamiltonianPathMCGenerator;
 using Paths = std::vector<std::vector<int>>;
 
 TEST(HamiltonianPathMCGenerator, UniformDrawConsumesOneEngineOutputScaledByTwoToMinus32) {
@@ -29,7 +29,7 @@ TEST(HamiltonianPathMCGenerator, UniformDrawConsumesOneEngineOutputScaledByTwoTo
 }
 
 TEST(UniformStream, DrawsAreTheEngineOutputsScaledByTwoToMinus32InOrder) {
-    Kestrel::UniformStream stream(193);
+    Kestrel::optimization::UniformStream stream(193);
     std::mt19937 reference(193);
     std::vector<double> expected;
     for (int draw = 0; draw < 2000; ++draw) {
@@ -47,7 +47,7 @@ TEST(UniformStream, DrawsAreTheEngineOutputsScaledByTwoToMinus32InOrder) {
 TEST(HamiltonianPathMCGenerator, GeneratorsOnASharedStreamDrawLikeFreshlySeededOnes) {
     std::mt19937 random(12);
     auto const matrix = OptimizationTests::randomMatrix(random, 9, 0.1);
-    auto const stream = std::make_shared<Kestrel::UniformStream>(193);
+    auto const stream = std::make_shared<Kestrel::optimization::UniformStream>(193);
     for (int generation = 0; generation < 3; ++generation) {
         HamiltonianPathMCGenerator seeded(matrix, 193);
         HamiltonianPathMCGenerator shared(matrix, stream);
@@ -192,7 +192,7 @@ TEST(HamiltonianPathMCGenerator, ExclusionListsKeepAtMostOneNodePerGroupAndOneUn
         int const rows = 3 + static_cast<int>(random() % 12);
         auto const matrix = OptimizationTests::randomMatrix(random, rows, 0.0);
         std::vector<int> const groups = OptimizationTests::randomGroups(random, rows - 1);
-        auto const lists = Kestrel::detail::buildExclusionLists(groups, rows);
+        auto const lists = Kestrel::optimization::buildExclusionLists(groups, rows);
         // Group of each node: the index of the last boundary at or below it, -1 when ungrouped.
         auto groupOf = [&](int node) {
             int const item = node - 1;
@@ -227,7 +227,7 @@ TEST(HamiltonianPathMCGenerator, ExclusionListsKeepAtMostOneNodePerGroupAndOneUn
 TEST(HamiltonianPathMCGenerator, ExclusionsExhaustedWriteNodeZero) {
     // Items 0 ... 3 in two groups {0, 1} and {2, 3}: a third step finds nothing available.
     std::vector<std::vector<double>> const matrix(5, std::vector<double>(4, 1.0));
-    auto const lists = Kestrel::detail::buildExclusionLists({0, 2, 4}, 5);
+    auto const lists = Kestrel::optimization::buildExclusionLists({0, 2, 4}, 5);
     HamiltonianPathMCGenerator generator(matrix, 193);
     Paths paths;
     generator.generatePathsWithExclusions(20, paths, 4, lists);

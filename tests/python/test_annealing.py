@@ -267,3 +267,42 @@ def test_refine_in_box_polishes_through_the_interpolator():
     assert model.number_of_objective_calls + model.number_of_gradient_calls <= 60
     with pytest.raises(ValueError, match="position: coordinate 0 lies outside the box"):
         kestrel.refine_in_box(model, f.box, [9.0, 0.0], 1e-3, 10)
+
+
+def basin_hopping_run(seed):
+    f = kestrel.make_test_function("rastrigin", 3)
+    model = kestrel.ObjectiveInterpolator4HSA(f.objective, f.gradient)
+    model.improve_quality_at([[2.3, -1.7, 3.1]])
+    bath = kestrel.BasinHoppingThermalBath4HSA(seed, f.box, descent_calls=40, jump_fraction=0.5)
+    domain = kestrel.BoxDomain4HSA(f.box, initial_position=[2.3, -1.7, 3.1])
+    driver = kestrel.HamiltonianSimulatedAnnealing(domain, model, bath)
+    driver.drive_hsa(Steps(30))
+    return bath, model
+
+
+def test_basin_hopping_bath_descends_and_repeats_bit_for_bit():
+    bath, model = basin_hopping_run(11)
+    again, model_again = basin_hopping_run(11)
+    assert bath.number_of_samples == again.number_of_samples == 31  # one per temperature
+    assert 0 < bath.number_of_accepted_samples == again.number_of_accepted_samples <= 31
+    assert model.best_position.tolist() == model_again.best_position.tolist()
+    assert model.best_value == model_again.best_value
+    assert model.number_of_objective_calls == model_again.number_of_objective_calls
+    assert model.best_value < kestrel.make_test_function("rastrigin", 3).objective(np.array([2.3, -1.7, 3.1]))
+    # An accepted jump descends to the bottom of its basin: Rastrigin's minima lie within 0.03 of the grid.
+    assert np.all(np.abs(model.best_position - np.round(model.best_position)) < 0.03)
+    assert basin_hopping_run(12)[1].best_position.tolist() != model.best_position.tolist()
+    assert repr(bath).startswith("BasinHoppingThermalBath4HSA(samples=31, accepted=")
+
+
+def test_basin_hopping_bath_checks_its_arguments():
+    with pytest.raises(ValueError):
+        kestrel.BasinHoppingThermalBath4HSA(1, [[1.0, 0.0]], 10, 0.5)
+    with pytest.raises(ValueError):
+        kestrel.BasinHoppingThermalBath4HSA(1, [[0.0, 1.0]], -1, 0.5)
+    for fraction in (0.0, 1.5):
+        with pytest.raises(ValueError):
+            kestrel.BasinHoppingThermalBath4HSA(1, [[0.0, 1.0]], 10, fraction)
+    bath = kestrel.BasinHoppingThermalBath4HSA(1, [[0.0, 1.0]], 10, 0.5)
+    with pytest.raises(RuntimeError):
+        bath.calculate_sample((1.0, 0.0), kestrel.State4HSA([0.5]))

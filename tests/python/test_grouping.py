@@ -2,6 +2,7 @@
 PCHIP computation, argument checking and error mapping."""
 
 import copy
+import itertools
 
 import numpy as np
 import pytest
@@ -31,16 +32,18 @@ def test_progress_is_called_once_per_number_of_groups_in_order():
     assert starts.tolist() == grouper_from("group.json").compute_groups().tolist()
 
 
+class Stop(Exception):
+    pass
+
+
+def stop_at_3(done, total):
+    if done == 3:
+        raise Stop("enough at 3")
+
+
 def test_an_exception_in_progress_stops_the_run_unchanged():
-    class Stop(Exception):
-        pass
-
-    def progress(done, total):
-        if done == 3:
-            raise Stop("enough at 3")
-
     with pytest.raises(Stop, match="enough at 3"):
-        grouper_from("group.json").compute_groups(progress=progress)
+        grouper_from("group.json").compute_groups(progress=stop_at_3)
 
 
 def test_one_and_no_segment():
@@ -130,3 +133,87 @@ def test_recommended_number_of_masters_checks_its_arguments():
         kestrel.SegmentGrouper.calculate_recommended_number_of_master_segments(False, [1.0, 2.0], [0], [1.0])
     with pytest.raises(IndexError, match="segment_starts: point 5 of 2"):
         kestrel.SegmentGrouper.calculate_recommended_number_of_master_segments(False, [1.0, 2.0], [5], [1.0, 1.0])
+
+
+@pytest.mark.parametrize("name", ["group.json", "group-closed.json"])
+def test_optimal_groups_match_the_exact_search_of_the_tool(ktx, name):
+    expected = ktx("group", "--search", "exact", DATA / name)
+    assert grouper_from(name).compute_optimal_groups().tolist() == expected["groupStarts"]
+
+
+@pytest.mark.parametrize("name", ["group.json", "group-closed.json"])
+def test_optimal_table_agrees_with_each_single_search(name):
+    grouper = grouper_from(name)
+    values, starts = grouper.calculate_optimal_groupings()
+    n = len(grouper)
+    assert len(values) == n + 1 and len(starts) == n + 1
+    assert values[0] == 0.0 and starts[0].tolist() == []
+    for k in range(1, n + 1):
+        value, single = grouper.calculate_optimal_grouping(k)
+        assert value == values[k]
+        assert single.tolist() == starts[k].tolist()
+        assert len(single) == k and single.tolist() == sorted(single.tolist())
+
+
+@pytest.mark.parametrize("name", ["group.json", "group-closed.json"])
+def test_exact_value_is_never_above_the_cross_entropy_value(name):
+    grouper = grouper_from(name)
+    exact, _ = grouper.calculate_optimal_groupings()
+    found, found_starts = grouper.calculate_cross_entropy_groupings()
+    assert len(found) == len(exact) == len(grouper) + 1
+    for k in range(1, len(grouper) + 1):
+        assert len(found_starts[k]) == k
+        assert exact[k] <= found[k] * (1 + 1e-12), f"k = {k}"
+
+
+def test_exact_grouping_beats_every_grouping_of_a_small_open_line():
+    values = [0.3, 0.9, 0.35, 0.8, 0.82, 0.1, 0.15, 0.6]
+    grouper = kestrel.SegmentGrouper(values, [1.0] * 8, False, kestrel.SegmentGrouper.MinMax)
+    for k in range(1, 9):
+        value, starts = grouper.calculate_optimal_grouping(k)
+        assert starts[0] == 0
+        bounds = starts.tolist() + [8]
+        assert value == max(max(values[a:b]) - min(values[a:b]) for a, b in zip(bounds, bounds[1:]))
+        best = min(max(max(values[a:b]) - min(values[a:b]) for a, b in zip(cut, cut[1:]))
+                   for cut in ([0, *c, 8] for c in itertools.combinations(range(1, 8), k - 1)))
+        assert value == best, f"k = {k}"
+
+
+def test_cross_entropy_table_matches_compute_groups_progress():
+    calls = []
+    grouper = grouper_from("group.json")
+    values, starts = grouper.calculate_cross_entropy_groupings(
+        progress=lambda done, total: calls.append((done, total)))
+    assert calls == [(k, 12) for k in range(1, 13)]
+    assert values[0] == 0.0 and starts[0].tolist() == []
+    assert grouper.compute_groups().tolist() in [s.tolist() for s in starts[1:]]
+
+
+@pytest.mark.parametrize("method", ["compute_optimal_groups", "calculate_optimal_groupings"])
+def test_exact_search_progress_is_called_in_order_and_can_stop_it(method):
+    calls = []
+    grouper = grouper_from("group.json")
+    getattr(grouper, method)(progress=lambda done, total: calls.append((done, total)))
+    assert calls == [(k, 12) for k in range(1, 13)]
+    with pytest.raises(Stop, match="enough at 3"):
+        getattr(grouper, method)(progress=stop_at_3)
+
+
+def test_exact_search_one_and_no_segment():
+    measure = kestrel.SegmentGrouper.Variance
+    assert kestrel.SegmentGrouper([1.0], [2.0], False, measure).compute_optimal_groups().tolist() == [0]
+    assert kestrel.SegmentGrouper([], [], True, measure).compute_optimal_groups().tolist() == []
+    values, starts = kestrel.SegmentGrouper([], [], True, measure).calculate_optimal_groupings()
+    assert values.tolist() == [0.0] and [s.tolist() for s in starts] == [[]]
+
+
+def test_exact_search_maps_invalid_arguments_to_value_error():
+    grouper = grouper_from("group.json")
+    for k in (0, 13):
+        with pytest.raises(ValueError, match=f"numberOfGroups {k} is outside 1 ... 12"):
+            grouper.calculate_optimal_grouping(k)
+    negative = kestrel.SegmentGrouper([1.0, 2.0], [1.0, -1.0], False, kestrel.SegmentGrouper.MinMax)
+    for call in (negative.compute_optimal_groups, negative.calculate_optimal_groupings,
+                 lambda: negative.calculate_optimal_grouping(1)):
+        with pytest.raises(ValueError, match="length 1 is negative"):
+            call()

@@ -2,6 +2,7 @@
 MasterOptimizer4Interpolation, exceptions out of the parallel evaluation, argument checking."""
 
 import copy
+import itertools
 
 import numpy as np
 import pytest
@@ -166,3 +167,45 @@ def test_search_precondition_stops_the_search_before_any_score():
     assert len(python.calculate_optimal_master_indices(3)) == 3
     with pytest.raises(TypeError, match="Python subclasses only"):
         toy.set_search_precondition(None)
+
+
+@pytest.mark.parametrize("name", ["masters.json", "masters-open-pregroups.json"])
+def test_exact_choice_matches_the_exact_search_of_the_tool(ktx, name):
+    expected = ktx("masters", "--search", "exact", DATA / name)
+    line, _, optimiser = toy_from(name)
+    score, masters = optimiser.calculate_exact_optimal_master_indices(line["masters"],
+                                                                      pre_groups=line.get("preGroups"))
+    assert masters.tolist() == expected["masters"]
+    assert score == expected["score"]
+
+
+@pytest.mark.parametrize("name", ["masters.json", "masters-open-pregroups.json"])
+def test_exact_choice_scores_as_evaluated_and_beats_the_cross_entropy_choice(name):
+    line, _, optimiser = toy_from(name)
+    groups = line.get("preGroups")
+    score, masters = optimiser.calculate_exact_optimal_master_indices(line["masters"], pre_groups=groups)
+    assert score == optimiser.evaluate_master_choice(masters)
+    found = optimiser.calculate_optimal_master_indices(line["masters"],
+                                                       pre_groups=None if groups is None else groups[:-1])
+    assert score <= optimiser.evaluate_master_choice(found) * (1 + 1e-12)
+
+
+def test_exact_choice_beats_every_choice_of_a_small_closed_line():
+    model = kestrel.DrawbeadToyModel([2.0, 4.0, 6.0, 3.0, 5.0, 1.0, 7.0], [[0.1, 0.9]] * 7, closed=True)
+    optimiser = kestrel.MasterOptimizer4DrawbeadToyModel(model)
+    for m in (2, 3, 4):
+        score, masters = optimiser.calculate_exact_optimal_master_indices(m)
+        best = min(optimiser.evaluate_master_choice(list(c)) for c in itertools.combinations(range(7), m))
+        assert score <= best * (1 + 1e-12), f"m = {m}"
+        assert len(masters) == m and masters.tolist() == sorted(masters.tolist())
+
+
+def test_exact_choice_maps_invalid_arguments_to_value_error():
+    _, _, optimiser = toy_from("masters.json")
+    for m in (0, 13):
+        with pytest.raises(ValueError, match=f"numberOfMasters {m} is outside 1 ... 12"):
+            optimiser.calculate_exact_optimal_master_indices(m)
+    with pytest.raises(ValueError, match="preGroups entry 1"):
+        optimiser.calculate_exact_optimal_master_indices(2, pre_groups=[4, 2])
+    with pytest.raises(TypeError, match="pre_groups: expected integers"):
+        optimiser.calculate_exact_optimal_master_indices(2, pre_groups=[0.5, 2.0])

@@ -91,3 +91,21 @@ def test_after_ctrl_c_the_remaining_calls_of_the_loop_do_not_call_python():
     calls.extend([1] * 100)
     score, best = optimiser.optimize(kestrel.CombinatorialCrossEntropyOptimization.Parameters(max_iterations=2))
     assert len(best) == n - 1
+
+
+LIMIT_SCRIPT = """
+import numpy as np, kestrel
+kestrel.set_max_number_of_threads(1)
+assert kestrel.get_max_number_of_threads() == 1
+""" + SCRIPT
+
+
+def test_thread_limit_changes_nothing_in_the_results():
+    limited = run_with_threads(LIMIT_SCRIPT, 2)
+    assert limited == run_with_threads(SCRIPT, 2)
+    kestrel.set_max_number_of_threads(3)
+    try:
+        assert kestrel.get_max_number_of_threads() == 3
+    finally:
+        kestrel.set_max_number_of_threads(0)
+    assert kestrel.get_max_number_of_threads() == 0

@@ -10,9 +10,10 @@ namespace {
 using Kestrel::sampling::DecodingInstructions;
 using Kestrel::sampling::stepsTakingOut;
 
-// Both instruction sets (the fastest available one is the baseline on processors without wider ones).
-constexpr DecodingInstructions kInstructionSets[] = {DecodingInstructions::baseline,
-                                                     DecodingInstructions::fastestAvailable};
+// Every instruction set (the fastest available one is the baseline on processors without wider ones, and
+// the baseline is the portable code where no vector instructions are used).
+constexpr DecodingInstructions kInstructionSets[] = {
+    DecodingInstructions::portable, DecodingInstructions::baseline, DecodingInstructions::fastestAvailable};
 
 // Reference implementation: erase each position from an ascending list, noting the step that takes each
 // entry.

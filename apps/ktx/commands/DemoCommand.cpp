@@ -77,15 +77,33 @@ void runDemo(DemoOptions const& options) {
         << " 1/mm at segment " << (sharpest - curvature.begin())
         << " (a 60 mm corner turning counter-clockwise gives about " << fixed(-1.0 / 60.0, 4) << ")\n\n";
 
-    // 2. Grouping of the segment values, weighted by the measured lengths.
-    auto const groupingStart = std::chrono::steady_clock::now();
+    // 2. Grouping of the segment values, weighted by the measured lengths: the cross-entropy search (one
+    // optimisation per number of groups) and the exact search side by side.
     Kestrel::SegmentGrouper const grouper(line.values, lengths, true, Kestrel::SegmentGrouper::MinMax);
-    std::vector<int> starts;
-    grouper.computeGroups(starts, groupingProgress("ktx demo: grouping"));
+    auto const crossEntropyStart = std::chrono::steady_clock::now();
+    std::vector<double> crossEntropyValues;
+    std::vector<std::vector<int>> crossEntropyStarts;
+    grouper.calculateCrossEntropyGroupings(crossEntropyValues, crossEntropyStarts,
+                                           groupingProgress("ktx demo: grouping"));
     finishProgress();
-    double const groupingSeconds = secondsSince(groupingStart);
-    out << "Grouping (largest value range inside a group, " << fixed(groupingSeconds, 1)
-        << " s): " << starts.size() << " groups starting at segments " << joined(starts) << "\n";
+    std::vector<int> starts;
+    grouper.computeGroups(starts);
+    double const crossEntropySeconds = secondsSince(crossEntropyStart);
+    auto const exactStart = std::chrono::steady_clock::now();
+    std::vector<double> exactValues;
+    std::vector<std::vector<int>> exactStarts;
+    grouper.calculateOptimalGroupings(exactValues, exactStarts);
+    std::vector<int> exactChoice;
+    grouper.computeOptimalGroups(exactChoice);
+    double const exactSeconds = secondsSince(exactStart);
+    out << "Grouping (largest value range inside a group), both searches:\n";
+    out << "  cross-entropy: " << starts.size() << " groups starting at segments " << joined(starts)
+        << ", value " << fixed(crossEntropyValues[starts.size()], 4) << ", " << fixed(crossEntropySeconds, 2)
+        << " s\n";
+    out << "  exact:         " << exactChoice.size() << " groups starting at segments " << joined(exactChoice)
+        << ", value " << fixed(exactValues[exactChoice.size()], 4) << ", " << fixed(exactSeconds * 1000.0, 2)
+        << " ms\n";
+    out << "Groups of the cross-entropy search:\n";
     out << "  group  segments        length mm  value range\n";
     std::vector<GroupSummary> const groups =
         summariseGroups(line.values, lengths, true, Dispersion::MinMax, starts);
@@ -128,6 +146,7 @@ void runDemo(DemoOptions const& options) {
     std::string const grouping = options.folder + "/grouping.svg";
     std::string const curvaturePath = options.folder + "/curvature.svg";
     std::string const mastersPath = options.folder + "/masters.svg";
+    std::string const objectivePath = options.folder + "/objective.svg";
     OutputFiles outputs;
     outputs.add(grouping, groupPicture(line.values, lengths, starts, true,
                                        "Drawbead restraint per segment, coloured by group"));
@@ -135,9 +154,11 @@ void runDemo(DemoOptions const& options) {
                                                 "Curvature of the drawbead line"));
     outputs.add(mastersPath, mastersPicture(lengths, line.ranges, masters, interpolated,
                                             "Master segments and the interpolated restraint"));
+    outputs.add(objectivePath, objectivePicture(crossEntropyValues, exactValues,
+                                                "Largest group range against the number of groups"));
     outputs.commit();
     out << "\nPictures written to the folder " << options.folder
-        << ": grouping.svg, curvature.svg, masters.svg\n";
+        << ": grouping.svg, curvature.svg, masters.svg, objective.svg\n";
     writeStandardOutput(out.str());
 }
 
@@ -148,8 +169,10 @@ Command addDemoCommand(CLI::App& tool) {
     CLI::App* command = tool.add_subcommand(
         "demo",
         "Run the main job on a built-in closed drawbead line of 30 segments: segment curvature and lengths, "
-        "grouping, recommended number of masters, master choice and interpolation. Prints a summary and "
-        "writes grouping.svg, curvature.svg and masters.svg into a folder.");
+        "grouping by the cross-entropy and the exact search side by side, recommended number of masters, "
+        "master choice and interpolation. Prints a summary and writes grouping.svg, curvature.svg, "
+        "masters.svg and objective.svg (the objective against the number of groups for both searches) into "
+        "a folder.");
     command->add_option("--dir", options->folder, "folder for the pictures (created if missing)")
         ->capture_default_str();
     command->footer("\nExample:\n  ktx demo --dir /tmp/ktx-demo\n");

@@ -17,6 +17,7 @@ namespace {
 struct MastersOptions {
     InputSource input;
     CommandOutput output;
+    std::string search = "cross-entropy";
 };
 
 void runMasters(MastersOptions const& options) {
@@ -30,8 +31,16 @@ void runMasters(MastersOptions const& options) {
     if (input.masterIndices) {
         masters = *input.masterIndices;
     } else {
-        optimizer.calculateOptimalMasterIndices(input.masters, masters,
-                                                input.preGroups ? &*input.preGroups : nullptr);
+        std::vector<int> const* preGroups = input.preGroups ? &*input.preGroups : nullptr;
+        if (options.search == "exact") {
+            try {
+                optimizer.calculateExactOptimalMasterIndices(input.masters, masters, preGroups);
+            } catch (std::invalid_argument const& error) {
+                throw InputError(error.what());
+            }
+        } else {
+            optimizer.calculateOptimalMasterIndices(input.masters, masters, preGroups);
+        }
     }
     nlohmann::ordered_json result{{"segments", input.lengths.size()},
                                   {"closed", input.closed},
@@ -70,12 +79,16 @@ Command addMastersCommand(CLI::App& tool) {
         "master, in ascending master order]}.\n"
         "Output: JSON with masters, score, and with masterValues the interpolated values (clamped to the "
         "ranges, then mapped by (1 - cos(pi v)) / 2) and their penalty.\n"
-        "A search is refused when its memory, about 5 n (n + 1) (96 + 8 masters) bytes for n segments, "
-        "exceeds "
+        "Search: the default cross-entropy search, or --search exact: the choice with the smallest score, "
+        "found exactly (a zero-length segment is never a master). A line is refused (with either search) "
+        "when "
+        "the cross-entropy search's memory, about 5 n (n + 1) (96 + 8 masters) bytes for n segments, exceeds "
         "2 GiB.");
     addInputOption(*command, options->input);
     options->output.addOutputOption(*command);
     options->output.addPictureOption(*command, "also draw the segments' ranges, values and masters");
+    command->add_option("--search", options->search, "cross-entropy (default) or exact")
+        ->check(CLI::IsMember({"cross-entropy", "exact"}));
     command->footer(helpFooter(examples::masters, "ktx masters examples/data/masters.json"));
     return {command, [options] { runMasters(*options); }};
 }

@@ -5,6 +5,14 @@
 #include <iostream>
 #include <vector>
 
+// The library links the OpenMP runtime for its consumers but does not make them compile with OpenMP.
+#if defined(_OPENMP)
+#error "the library's target added the OpenMP compile flag to a consumer"
+#endif
+#if __cplusplus < 201703L
+#error "the library's target did not make its consumer compile as C++17"
+#endif
+
 int main() {
     // The library-wide thread cap is exported and changes no result.
     Kestrel::setMaxNumberOfThreads(1);

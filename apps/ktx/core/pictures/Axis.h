@@ -11,8 +11,8 @@
 namespace ktx {
 
 // Round values (multiples of 1, 2 or 5 times a power of ten) in [low, high], about `count` of them (at
-// least 2, at most 2 count + 1), in ascending order. Requires count >= 2. A range that is empty or not finite gives {low} when low is finite
-// and nothing otherwise.
+// least 2, at most 2 count + 1), in ascending order. Requires count >= 2. A range that is empty or not finite
+// gives {low} when low is finite and nothing otherwise.
 std::vector<double> roundTicks(double low, double high, int count);
 
 // `value` with at most `digits` significant digits and no trailing zeros: "0.0167", "1200", "2.5e-07".

@@ -2,7 +2,8 @@
 //   group strip:  "segments" (one rect per segment, coloured by group), "boundaries" (one line per group
 //   start) curvature:    "line" (the whole polyline), "segments" (one polyline per segment, coloured by
 //   curvature) sample points: "outline" (outer ring and holes), "points" (one circle per point) masters:
-//   "segments" (one rect per segment), "masters" (one circle per master)
+//   "segments" (one rect per segment), "masters" (one circle per master) objective against k:
+//   "cross-entropy" and "exact" (one polyline and one circle per number of groups each)
 #pragma once
 
 #include <string>
@@ -34,5 +35,10 @@ std::string mastersPicture(std::vector<double> const& lengths,
                            std::vector<std::pair<double, double>> const& ranges,
                            std::vector<int> const& masters, std::vector<double> const& values,
                            std::string const& title);
+
+// The objective of the best grouping for every number of groups k (entry k of each vector, entry 0 unused)
+// as two lines over k: the cross-entropy search's and the exact optimum.
+std::string objectivePicture(std::vector<double> const& crossEntropy, std::vector<double> const& exact,
+                             std::string const& title);
 
 }  // namespace ktx
