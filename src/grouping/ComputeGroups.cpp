@@ -62,31 +62,41 @@ void SegmentGrouper::computeGroups(std::vector<int>& result) const {
 void SegmentGrouper::computeGroups(
     std::vector<int>& result,
     boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const {
-    int const n = getNumOfSegments();
-    if (n == 1) {
+    if (getNumOfSegments() == 1) {
         result.assign(1, 0);
         return;
     }
+    std::vector<double> bestValue;
+    std::vector<std::vector<int>> bestStarts;
+    calculateCrossEntropyGroupings(bestValue, bestStarts, progress);
+    result = bestStarts[grouping::chooseNumberOfGroups(
+        bestValue, bestStarts,
+        [this](std::vector<int> const& starts) { return isAcceptableGrouping(starts); })];
+}
+
+void SegmentGrouper::calculateCrossEntropyGroupings(
+    std::vector<double>& bestValues, std::vector<std::vector<int>>& bestStarts,
+    boost::function<void(int numberOfGroupsTried, int numberOfSegments)> const& progress) const {
+    int const n = getNumOfSegments();
     std::size_t const size = static_cast<std::size_t>(n < 0 ? 0 : n) + 1;
-    std::vector<double> bestValue(size, 0.0);
-    std::vector<std::vector<int>> bestStarts(size);
+    std::vector<double> value(size, 0.0);
+    std::vector<std::vector<int>> starts(size);
     // The optimisations for different k share nothing (each has its own optimiser and its own seeded
-    // stream), so they run side by side, one per thread at a time, each on one thread; the choice of k
-    // below waits for all of them. Progress is reported in increasing k on the calling thread.
+    // stream), so they run side by side, one per thread at a time, each on one thread. Progress is
+    // reported in increasing k on the calling thread.
     common::forEachTaskReportingInOrder(
         n,
         [&](std::ptrdiff_t task) {
             std::size_t const k = static_cast<std::size_t>(task) + 1;
-            bestValue[k] = optimizeIntraGroupVariation(static_cast<int>(k), bestStarts[k]);
+            value[k] = optimizeIntraGroupVariation(static_cast<int>(k), starts[k]);
         },
         [&](std::ptrdiff_t task) {
             if (progress) {
                 progress(static_cast<int>(task) + 1, n);
             }
         });
-    result = bestStarts[grouping::chooseNumberOfGroups(
-        bestValue, bestStarts,
-        [this](std::vector<int> const& starts) { return isAcceptableGrouping(starts); })];
+    bestValues.swap(value);
+    bestStarts.swap(starts);
 }
 
 }  // namespace Kestrel
