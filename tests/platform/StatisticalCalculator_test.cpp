@@ -74,6 +74,15 @@ TEST(StatisticalCalculator, LevelsOutsideTheUnitIntervalTakeTheNearestEnd) {
     EXPECT_TRUE(std::isnan(calculator.getQuantile(std::numeric_limits<double>::quiet_NaN(), 0)));
 }
 
+TEST(StatisticalCalculator, InfiniteLevelsTakeTheNearestEndEvenForOneValue) {
+    double const infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(loaded({4.0}).getQuantile(infinity, 0), 4.0);
+    EXPECT_EQ(loaded({4.0}).getQuantile(-infinity, 0), 4.0);
+    StatisticalCalculator const calculator = loaded({3.0, 1.0, 2.0});
+    EXPECT_EQ(calculator.getQuantile(infinity, 0), 3.0);
+    EXPECT_EQ(calculator.getQuantile(-infinity, 0), 1.0);
+}
+
 TEST(StatisticalCalculator, VarianceIsTwoPassPopulationVarianceForZero) {
     std::vector<double> const data{0.1, 0.7, 0.2, 1.9, 3.3};
     double sum = 0.0;

@@ -45,8 +45,10 @@ double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     }
     std::vector<double> sorted(values_);
     std::sort(sorted.begin(), sorted.end(), numbersBeforeNaN);
+    // Levels outside 0 … 1 take the nearest end. Clamping the level before scaling keeps infinite levels
+    // well defined for a single value, where 0 · ∞ would give no position at all.
     double const last = static_cast<double>(sorted.size() - 1);
-    double const h = std::min(std::max(last * level, 0.0), last);
+    double const h = last * std::min(std::max(level, 0.0), 1.0);
     double const floorOfH = std::floor(h);
     auto const lo = static_cast<std::size_t>(floorOfH);
     if (lo + 1 < sorted.size()) {
