@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -47,21 +48,22 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
     std::vector<int> assignment(nRows);
     std::vector<char> covers(nRows + nCols, 0);
     bool* coveredColumns = reinterpret_cast<bool*>(covers.data());
+    std::vector<double> lineMinimum(std::min(nRows, nCols));
     Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns,
-                                       coveredColumns + nCols, nRows, nCols);
-    bool const solved =
-        Kestrel::assignment::continueStepsExactly(values.data(), nRows, nCols, range, assignment.data());
+                                       coveredColumns + nCols, nRows, nCols, lineMinimum.data());
+    bool const solved = Kestrel::assignment::continueStepsExactly(values.data(), matrix, lineMinimum.data(),
+                                                                  nRows, nCols, range, assignment.data());
     return solved ? assignment : std::vector<int>();
 }
 
 // The whole route as Solve calls it.
 bool routeTakesIt(Matrix const& matrix) {
-    std::vector<double> const values = columnMajor(matrix);
+    std::vector<double> values = columnMajor(matrix);
     std::vector<int> assignment(matrix.size());
     double const range = Kestrel::assignment::exactRange(matrix);
-    return range > 0.0 && Kestrel::assignment::solveByExactSteps(values.data(), range, assignment.data(),
-                                                                 static_cast<int>(matrix.size()),
-                                                                 static_cast<int>(matrix.front().size()));
+    return range > 0.0 && Kestrel::assignment::solveByExactSteps(
+                              matrix, values.data(), range, assignment.data(),
+                              static_cast<int>(matrix.size()), static_cast<int>(matrix.front().size()));
 }
 
 // Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.
@@ -157,9 +159,9 @@ TEST(ExactMunkresSteps, AdjustmentsLeavingTheExactRangeAreDeclined) {
     EXPECT_EQ(cost, expected.cost);
 }
 
-// The route serves matrices whose first star pass stars fewer than half the lines (products of indices)
-// and leaves the others, where the steps as they stand are faster, to them.
-TEST(ExactMunkresSteps, RouteTakesOnlyMatricesWithFewFirstStars) {
+// The route serves every matrix on a grid, whether its first star pass stars almost nothing (products of
+// indices) or most lines (random digits).
+TEST(ExactMunkresSteps, RouteTakesMatricesWithFewAndWithManyFirstStars) {
     int const n = 40;
     Matrix products(n, std::vector<double>(n));
     Matrix digits(n, std::vector<double>(n));
@@ -170,11 +172,12 @@ TEST(ExactMunkresSteps, RouteTakesOnlyMatricesWithFewFirstStars) {
             digits[row][col] = static_cast<double>(engine() % 10);
         }
     }
-    EXPECT_TRUE(routeTakesIt(products));
-    EXPECT_FALSE(routeTakesIt(digits));
-    std::vector<int> assignment;
-    HungarianAlgorithm().Solve(products, assignment);
-    EXPECT_EQ(assignment, ReferenceMunkres::solveByMunkresSteps(products).assignment);
+    for (Matrix* matrix : {&products, &digits}) {
+        EXPECT_TRUE(routeTakesIt(*matrix));
+        std::vector<int> assignment;
+        HungarianAlgorithm().Solve(*matrix, assignment);
+        EXPECT_EQ(assignment, ReferenceMunkres::solveByMunkresSteps(*matrix).assignment);
+    }
 }
 
 }  // namespace
