@@ -109,6 +109,7 @@ class ExactSteps {
           columnKey_(nOfColumns, 0.0),
           slackKey_(nOfRows),
           rowsAtSmallest_(nOfRows),
+          columnsScratch_(nOfColumns),
           rowMinimumOverUnstarred_(nOfRows, std::numeric_limits<double>::infinity()),
           coveredRow_(nOfRows, 0),
           rowBlocked_(nOfRows, 0.0),
@@ -331,85 +332,38 @@ class ExactSteps {
         }
     }
 
-    // Lowers the keys of the uncovered rows by the values of the column; covered rows meet +infinity and
-    // keep theirs.
-    void foldIntoKeys(int col) {
-        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
-        double const subtracted = columnSubtractedNow(col);
-        double const total = adjustmentTotal_;
-        for (int row = 0; row < nOfRows_; ++row) {
-            double const key = (((column[row] + rowAdded_[row]) - subtracted) + rowBlocked_[row]) + total;
-            slackKey_[row] = key < slackKey_[row] ? key : slackKey_[row];
-        }
-    }
-
-    // Folds the starred columns uncovered since the last adjustment into the keys, then returns the smallest
-    // key and lists the rows holding it in ascending order. The last column is folded in the same pass
-    // as the search, which is the common case of one new column per adjustment.
+    // Folds the starred columns uncovered since the last adjustment into the keys (covered rows meet
+    // +infinity and keep theirs), then returns the smallest key and lists the rows holding it in ascending
+    // order.
     double foldKeysAndFindSmallest() {
-        int const nOfUncovered = static_cast<int>(uncoveredStarredColumns_.size());
-        for (; nOfFoldedColumns_ + 1 < nOfUncovered; ++nOfFoldedColumns_) {
-            foldIntoKeys(uncoveredStarredColumns_[nOfFoldedColumns_]);
-        }
-        double const* column = nullptr;
-        double subtracted = 0.0;
-        if (nOfFoldedColumns_ < nOfUncovered) {
-            int const col = uncoveredStarredColumns_[nOfFoldedColumns_++];
-            column = reduced_ + elementIndex(0, col, nOfRows_);
-            subtracted = columnSubtractedNow(col);
-        }
-        double const total = adjustmentTotal_;
         double smallest = std::numeric_limits<double>::infinity();
-        int nAtSmallest = 0;
-        for (int row = 0; row < nOfRows_; ++row) {
-            double key = slackKey_[row];
-            if (column != nullptr) {
-                double const candidate =
-                    (((column[row] + rowAdded_[row]) - subtracted) + rowBlocked_[row]) + total;
-                key = candidate < key ? candidate : key;
-                slackKey_[row] = key;
-            }
-            // Branch-free: a lower key restarts the list, an equal one joins it.
-            bool const lower = key < smallest;
-            nAtSmallest = lower ? 0 : nAtSmallest;
-            smallest = lower ? key : smallest;
-            rowsAtSmallest_[nAtSmallest] = row;
-            nAtSmallest += key == smallest ? 1 : 0;
+        int const nOfUncovered = static_cast<int>(uncoveredStarredColumns_.size());
+        if (nOfFoldedColumns_ == nOfUncovered) {
+            smallest = smallestValue(slackKey_.data(), nOfRows_);
         }
-        nOfRowsAtSmallest_ = nAtSmallest;
+        for (; nOfFoldedColumns_ < nOfUncovered; ++nOfFoldedColumns_) {
+            int const col = uncoveredStarredColumns_[nOfFoldedColumns_];
+            smallest = lowerKeysByColumn(slackKey_.data(), reduced_ + elementIndex(0, col, nOfRows_),
+                                         rowAdded_.data(), rowBlocked_.data(), columnSubtractedNow(col),
+                                         adjustmentTotal_, nOfRows_);
+        }
+        nOfRowsAtSmallest_ = positionsOfValue(slackKey_.data(), nOfRows_, smallest, rowsAtSmallest_.data());
         return smallest;
     }
 
     // Notes the row as a new zero of each uncovered column in which it holds a zero: a working value
     // (reduced + added) - lost is zero exactly when reduced + added equals what the column has lost, and a
-    // covered column's NaN key matches nothing. One contiguous pass along the caller's row, in blocks
-    // tested without early exit first (which the compiler can vectorise): most blocks hold no zero.
+    // covered column's NaN key matches nothing. One contiguous pass along the caller's row.
     void collectNewZerosOfRow(int row) {
-        double const* values = rowMajor_[row].data();
-        double const minimum = rowMinimum_[row];
-        double const added = rowAdded_[row];
-        double const total = adjustmentTotal_;
-        auto isZero = [&](int col) {
-            return reducedInRow(values, minimum, col) + added == columnKey_[col] + total;
-        };
-        constexpr int kBlock = 8;
-        for (int start = 0; start < nOfColumns_; start += kBlock) {
-            int const end = std::min(nOfColumns_, start + kBlock);
-            bool any = false;
-            for (int col = start; col < end; ++col) {
-                any |= isZero(col);
+        int const nOfZeros =
+            positionsOfMatches(rowMajor_[row].data(), rowMinimum_[row], columnMinimum_.data(), rowAdded_[row],
+                               columnKey_.data(), adjustmentTotal_, nOfColumns_, columnsScratch_.data());
+        for (int k = 0; k < nOfZeros; ++k) {
+            int const col = columnsScratch_[k];
+            if (newZeroRows_[col].empty()) {
+                columnsWithNewZeros_.push_back(col);
             }
-            if (!any) {
-                continue;
-            }
-            for (int col = start; col < end; ++col) {
-                if (isZero(col)) {
-                    if (newZeroRows_[col].empty()) {
-                        columnsWithNewZeros_.push_back(col);
-                    }
-                    newZeroRows_[col].push_back(row);
-                }
-            }
+            newZeroRows_[col].push_back(row);
         }
     }
 
@@ -442,7 +396,9 @@ class ExactSteps {
         // a step forms it minus one more adjustment, or a key from it plus the total: all stay exact while
         // this sum does.
         adjustmentTotal_ += h;
-        if (!(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
+        // h > 0 always: the pass before found no uncovered zero. Should that ever fail, the steps as they
+        // stand take over rather than adjusting by nothing for ever.
+        if (!(h > 0.0) || !(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
             return false;
         }
         for (int k = 0; k < nOfRowsAtSmallest_; ++k) {
@@ -472,6 +428,7 @@ class ExactSteps {
     std::vector<double> slackKey_;     // per uncovered row: slack + adjustment total; +inf if covered
     std::vector<int> rowsAtSmallest_;  // the rows holding the smallest key, ascending
     int nOfRowsAtSmallest_ = 0;
+    std::vector<int> columnsScratch_;              // the columns in which a row holds new zeros
     std::vector<int> unstarredColumns_;            // columns never starred so far, ascending
     std::vector<double> rowMinimumOverUnstarred_;  // per row: smallest reduced value over those columns
     std::vector<int> uncoveredStarredColumns_;     // starred columns uncovered in this phase

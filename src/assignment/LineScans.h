@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 
 #include "InstructionSets.h"
 
@@ -118,6 +119,110 @@ inline void scanReducedCosts(double const* cost, double const* columnDual, doubl
     }
     *lowest = low;
     *nBelow = below;
+}
+
+// For k in [0, n): keys[k] = candidate < keys[k] ? candidate : keys[k], with the candidate
+// (((column[k] + added[k]) - subtracted) + blocked[k]) + total. Returns the smallest of the resulting keys
+// (+infinity for n = 0); the smallest of a set does not depend on the order in which it is taken.
+inline double lowerKeysByColumn(double* keys, double const* column, double const* added,
+                                double const* blocked, double subtracted, double total, int n) {
+    double smallest = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const subtracteds = _mm_set1_pd(subtracted);
+    __m128d const totals = _mm_set1_pd(total);
+    __m128d smallests = _mm_set1_pd(smallest);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const candidate = _mm_add_pd(
+            _mm_add_pd(_mm_sub_pd(_mm_add_pd(_mm_loadu_pd(column + k), _mm_loadu_pd(added + k)), subtracteds),
+                       _mm_loadu_pd(blocked + k)),
+            totals);
+        __m128d const key = _mm_min_pd(candidate, _mm_loadu_pd(keys + k));
+        _mm_storeu_pd(keys + k, key);
+        smallests = _mm_min_pd(key, smallests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, smallests);
+    smallest = std::min(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        double const candidate = (((column[k] + added[k]) - subtracted) + blocked[k]) + total;
+        keys[k] = candidate < keys[k] ? candidate : keys[k];
+        smallest = keys[k] < smallest ? keys[k] : smallest;
+    }
+    return smallest;
+}
+
+// Smallest of values[0 .. n), +infinity for n = 0.
+inline double smallestValue(double const* values, int n) {
+    double smallest = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d smallests = _mm_set1_pd(smallest);
+    for (; k + 2 <= n; k += 2) {
+        smallests = _mm_min_pd(_mm_loadu_pd(values + k), smallests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, smallests);
+    smallest = std::min(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        smallest = values[k] < smallest ? values[k] : smallest;
+    }
+    return smallest;
+}
+
+// Writes to positions, in ascending order, every k in [0, n) with values[k] == target; returns how many.
+inline int positionsOfValue(double const* values, int n, double target, int* positions) {
+    int count = 0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const targets = _mm_set1_pd(target);
+    for (; k + 2 <= n; k += 2) {
+        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
+        if (mask != 0) {
+            positions[count] = k;
+            count += mask & 1;
+            positions[count] = k + 1;
+            count += mask >> 1;
+        }
+    }
+#endif
+    for (; k < n; ++k) {
+        positions[count] = k;
+        count += values[k] == target ? 1 : 0;
+    }
+    return count;
+}
+
+// Writes to positions, in ascending order, every k in [0, n) with
+// ((values[k] - shift) - shifts[k]) + added == keys[k] + total; returns how many. A NaN key matches nothing.
+inline int positionsOfMatches(double const* values, double shift, double const* shifts, double added,
+                              double const* keys, double total, int n, int* positions) {
+    int count = 0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const shiftss = _mm_set1_pd(shift);
+    __m128d const addeds = _mm_set1_pd(added);
+    __m128d const totals = _mm_set1_pd(total);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const left = _mm_add_pd(
+            _mm_sub_pd(_mm_sub_pd(_mm_loadu_pd(values + k), shiftss), _mm_loadu_pd(shifts + k)), addeds);
+        __m128d const right = _mm_add_pd(_mm_loadu_pd(keys + k), totals);
+        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(left, right));
+        if (mask != 0) {
+            positions[count] = k;
+            count += mask & 1;
+            positions[count] = k + 1;
+            count += mask >> 1;
+        }
+    }
+#endif
+    for (; k < n; ++k) {
+        positions[count] = k;
+        count += ((values[k] - shift) - shifts[k]) + added == keys[k] + total ? 1 : 0;
+    }
+    return count;
 }
 
 }  // namespace Kestrel::assignment
