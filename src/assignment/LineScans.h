@@ -172,6 +172,16 @@ inline double smallestValue(double const* values, int n) {
     return smallest;
 }
 
+#if KESTREL_USE_SSE2
+// Appends k and k + 1 to positions[0 .. count) as the two bits of a comparison mask say; returns the count.
+inline int appendPairPositions(int mask, int k, int* positions, int count) {
+    positions[count] = k;
+    count += mask & 1;
+    positions[count] = k + 1;
+    return count + (mask >> 1);
+}
+#endif
+
 // Writes to positions, in ascending order, every k in [0, n) with values[k] == target; returns how many.
 inline int positionsOfValue(double const* values, int n, double target, int* positions) {
     int count = 0;
@@ -180,12 +190,7 @@ inline int positionsOfValue(double const* values, int n, double target, int* pos
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
         int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
-        if (mask != 0) {
-            positions[count] = k;
-            count += mask & 1;
-            positions[count] = k + 1;
-            count += mask >> 1;
-        }
+        count = appendPairPositions(mask, k, positions, count);
     }
 #endif
     for (; k < n; ++k) {
@@ -210,12 +215,7 @@ inline int positionsOfMatches(double const* values, double shift, double const* 
             _mm_sub_pd(_mm_sub_pd(_mm_loadu_pd(values + k), shiftss), _mm_loadu_pd(shifts + k)), addeds);
         __m128d const right = _mm_add_pd(_mm_loadu_pd(keys + k), totals);
         int const mask = _mm_movemask_pd(_mm_cmpeq_pd(left, right));
-        if (mask != 0) {
-            positions[count] = k;
-            count += mask & 1;
-            positions[count] = k + 1;
-            count += mask >> 1;
-        }
+        count = appendPairPositions(mask, k, positions, count);
     }
 #endif
     for (; k < n; ++k) {

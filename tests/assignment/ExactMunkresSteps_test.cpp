@@ -2,6 +2,7 @@
 // and the library's steps as they stand, bit for bit.
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "CerrCapture.h"
 #include "ExactMunkresSteps.h"
 #include "FirstReduction.h"
 #include "HungarianAlgorithmInternals.h"
@@ -195,6 +196,7 @@ TEST(ExactMunkresSteps, LargerIntegerMatricesMatchTheStepsBitForBit) {
         ASSERT_FALSE(exactAssignment(matrix).empty()) << "trial " << trial;
         std::vector<int> fast;
         std::vector<int> steps;
+        CerrCapture const negativeElementMessages;
         double const fastCost = HungarianAlgorithm().Solve(matrix, fast);
         double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, steps);
         ASSERT_EQ(fast, steps) << "trial " << trial;
