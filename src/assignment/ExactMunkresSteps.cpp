@@ -129,18 +129,14 @@ class ExactSteps {
         } else {
             std::copy(lineMinimum, lineMinimum + nOfColumns, columnMinimum_.begin());
         }
+        // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
         double largest = 0.0;
+        std::vector<int> zeros(nOfRows);
         for (int col = 0; col < nOfColumns; ++col) {
             double const* column = reduced + elementIndex(0, col, nOfRows);
-            for (int row = 0; row < nOfRows; ++row) {
-                if (column[row] == 0.0) {
-                    zeroRows_[col].push_back(row);
-                }
-                // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
-                double const finite =
-                    column[row] < std::numeric_limits<double>::infinity() ? column[row] : 0.0;
-                largest = finite > largest ? finite : largest;
-            }
+            int const nOfZeros = positionsOfValue(column, nOfRows, 0.0, zeros.data());
+            zeroRows_[col].assign(zeros.begin(), zeros.begin() + nOfZeros);
+            largest = std::max(largest, largestFinite(column, nOfRows));
             if (starRow_[col] < 0) {
                 unstarredColumns_.push_back(col);
                 lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(), column, nOfRows);

@@ -225,4 +225,27 @@ inline int positionsOfMatches(double const* values, double shift, double const* 
     return count;
 }
 
+// Largest of values[0 .. n) below +infinity, all values >= 0; 0 when there is none.
+inline double largestFinite(double const* values, int n) {
+    double const inf = std::numeric_limits<double>::infinity();
+    double largest = 0.0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const infs = _mm_set1_pd(inf);
+    __m128d largests = _mm_setzero_pd();
+    for (; k + 2 <= n; k += 2) {
+        __m128d const value = _mm_loadu_pd(values + k);
+        largests = _mm_max_pd(_mm_and_pd(_mm_cmplt_pd(value, infs), value), largests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, largests);
+    largest = std::max(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        double const finite = values[k] < inf ? values[k] : 0.0;
+        largest = finite > largest ? finite : largest;
+    }
+    return largest;
+}
+
 }  // namespace Kestrel::assignment

@@ -94,6 +94,14 @@ TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
             expectedKeys[k] = candidate < expectedKeys[k] ? candidate : expectedKeys[k];
             expectedSmallest = std::min(expectedSmallest, expectedKeys[k]);
         }
+        std::vector<double> nonNegative(n);
+        double expectedLargest = 0.0;
+        for (int k = 0; k < n; ++k) {
+            nonNegative[k] = column[k] < inf ? std::fabs(column[k]) : inf;
+            expectedLargest =
+                nonNegative[k] < inf ? std::max(expectedLargest, nonNegative[k]) : expectedLargest;
+        }
+        EXPECT_EQ(largestFinite(nonNegative.data(), n), expectedLargest) << n;
         double const smallest =
             lowerKeysByColumn(keys.data(), column.data(), added.data(), blocked.data(), 0.5, 1.25, n);
         EXPECT_EQ(keys, expectedKeys) << n;
