@@ -449,6 +449,12 @@ bool integerGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent
     std::uint64_t bits = 0;
     double high = 0.0;
     for (std::vector<double> const& row : rowMajor) {
+        // Rows of integers below 2^31 (the common case) are checked two values at a time.
+        std::uint32_t smallBits = 0;
+        if (smallIntegers(row.data(), static_cast<int>(row.size()), &smallBits, &high)) {
+            bits |= smallBits;
+            continue;
+        }
         for (double const element : row) {
             double const magnitude = std::fabs(element);
             if (!(magnitude < limit)) {

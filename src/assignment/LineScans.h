@@ -4,6 +4,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "InstructionSets.h"
@@ -246,6 +248,50 @@ inline double largestFinite(double const* values, int n) {
         largest = finite > largest ? finite : largest;
     }
     return largest;
+}
+
+// True when every values[k], k in [0, n), is an integer of magnitude below 2^31; then ORs the magnitudes
+// into *bits and raises *largest to the largest magnitude. False, leaving both unspecified, otherwise.
+inline bool smallIntegers(double const* values, int n, std::uint32_t* bits, double* largest) {
+    double const limit = 2147483648.0;
+    std::uint32_t ored = 0;
+    double high = 0.0;
+    bool integers = true;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const signs = _mm_set1_pd(-0.0);
+    __m128d const limits = _mm_set1_pd(limit);
+    __m128d all = _mm_castsi128_pd(_mm_set1_epi32(-1));
+    __m128i ors = _mm_setzero_si128();
+    __m128d highs = _mm_setzero_pd();
+    for (; k + 2 <= n; k += 2) {
+        __m128d const magnitude = _mm_andnot_pd(signs, _mm_loadu_pd(values + k));
+        __m128i const whole = _mm_cvttpd_epi32(magnitude);
+        __m128d const exact = _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), magnitude);
+        all = _mm_and_pd(all, _mm_and_pd(exact, _mm_cmplt_pd(magnitude, limits)));
+        ors = _mm_or_si128(ors, whole);
+        highs = _mm_max_pd(magnitude, highs);
+    }
+    integers = _mm_movemask_pd(all) == 3;
+    std::uint32_t lanes[4];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes), ors);
+    ored = lanes[0] | lanes[1];
+    double pair[2];
+    _mm_storeu_pd(pair, highs);
+    high = std::max(pair[0], pair[1]);
+#endif
+    for (; k < n && integers; ++k) {
+        double const magnitude = std::fabs(values[k]);
+        integers =
+            magnitude < limit && static_cast<double>(static_cast<std::uint32_t>(magnitude)) == magnitude;
+        ored |= integers ? static_cast<std::uint32_t>(magnitude) : 0u;
+        high = magnitude > high ? magnitude : high;
+    }
+    if (integers) {
+        *bits |= ored;
+        *largest = std::max(*largest, high);
+    }
+    return integers;
 }
 
 }  // namespace Kestrel::assignment

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <vector>
@@ -134,6 +135,36 @@ TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
         positions.resize(positionsOfMatches(values.data(), 0.25, shifts.data(), 0.75, columnKeys.data(), 1.0,
                                             n, positions.data()));
         EXPECT_EQ(positions, expectedPositions) << n;
+    }
+}
+
+// The integer test against a plain loop: lines of integers (with signs) below 2^31 pass with the OR of
+// their magnitudes and the largest one; a fraction, 2^31 or an infinity anywhere makes the line fail.
+TEST(LineScans, SmallIntegerLinesMatchPlainLoopsForEveryLength) {
+    std::mt19937 engine(12);
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> line(n);
+        std::uint32_t expectedBits = 0;
+        double expectedLargest = 0.0;
+        for (double& value : line) {
+            std::uint32_t const magnitude =
+                static_cast<std::uint32_t>(engine() % 2147483648u) >> (engine() % 31);
+            value = (engine() % 2 == 0 ? -1.0 : 1.0) * static_cast<double>(magnitude);
+            expectedBits |= magnitude;
+            expectedLargest = std::max(expectedLargest, static_cast<double>(magnitude));
+        }
+        std::uint32_t bits = 0;
+        double largest = 0.0;
+        ASSERT_TRUE(smallIntegers(line.data(), n, &bits, &largest)) << n;
+        EXPECT_EQ(bits, expectedBits) << n;
+        EXPECT_EQ(largest, expectedLargest) << n;
+        for (int position = 0; position < n; ++position) {
+            for (double const bad : {0.5, 2147483648.0, std::numeric_limits<double>::infinity()}) {
+                std::vector<double> spoiled = line;
+                spoiled[position] = bad;
+                EXPECT_FALSE(smallIntegers(spoiled.data(), n, &bits, &largest)) << n << " at " << position;
+            }
+        }
     }
 }
 
