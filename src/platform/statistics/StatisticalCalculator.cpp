@@ -56,14 +56,23 @@ class OrderStatistics {
         return *target;
     }
 
-    // The value at `position` + 1 (below the number of values) once at(position) has been asked: the first
-    // in the order of the values after `position`.
-    double next(std::size_t position) const {
-        auto const begin = values_.cbegin() + static_cast<std::ptrdiff_t>(position) + 1;
-        if (begin < numbersEnd_) {
-            return *std::min_element(begin, std::vector<double>::const_iterator(numbersEnd_), NumberBefore());
+    // The values at `position` and `position` + 1 (the latter below the number of values). After one of
+    // them is moved into place, the other is the extreme of the values on one side of it: the side with
+    // fewer values is scanned (the lower side for the low quantiles the optimiser asks for).
+    std::pair<double, double> neighbours(std::size_t position) {
+        auto const numbers = static_cast<std::size_t>(numbersEnd_ - values_.begin());
+        if (position + 1 < numbers && 2 * (position + 1) <= numbers) {
+            double const high = at(position + 1);
+            auto const lowerEnd = values_.cbegin() + static_cast<std::ptrdiff_t>(position) + 1;
+            return {*std::max_element(values_.cbegin(), lowerEnd, NumberBefore()), high};
         }
-        return *std::min_element(begin, values_.cend(), NanBefore());
+        double const low = at(position);
+        auto const upperBegin = values_.cbegin() + static_cast<std::ptrdiff_t>(position) + 1;
+        if (upperBegin < numbersEnd_) {
+            return {low, *std::min_element(upperBegin, std::vector<double>::const_iterator(numbersEnd_),
+                                           NumberBefore())};
+        }
+        return {low, *std::min_element(upperBegin, values_.cend(), NanBefore())};
     }
 
   private:
@@ -106,12 +115,11 @@ double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     double const h = last * std::min(std::max(level, 0.0), 1.0);
     double const floorOfH = std::floor(h);
     auto const lo = static_cast<std::size_t>(floorOfH);
-    double const low = order.at(lo);
     if (lo + 1 < values_.size()) {
-        double const high = order.next(lo);
-        return low + (h - floorOfH) * (high - low);
+        std::pair<double, double> const around = order.neighbours(lo);
+        return around.first + (h - floorOfH) * (around.second - around.first);
     }
-    return low;
+    return order.at(lo);
 }
 
 double StatisticalCalculator::getVariance(int degreesOfFreedomCorrection) const {
