@@ -8,8 +8,10 @@
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -21,6 +23,15 @@ namespace {
 
 // Fixed so that every iteration, and every run, draws the same stream of random numbers.
 unsigned int const kSeed = 193;
+
+// Leading draws of that stream made once for the whole process (1 MiB): a population of up to this many
+// draws, e.g. 41 * 40 * 5 selections of 8 nodes, reads them without drawing anything.
+std::size_t const kSharedDraws = std::size_t{1} << 17;
+
+std::shared_ptr<optimization::UniformPrefix const> sharedPrefix() {
+    static auto const prefix = std::make_shared<optimization::UniformPrefix const>(kSeed, kSharedDraws);
+    return prefix;
+}
 
 // Only 0 against any other value is tested. The stored value is read as its underlying integer so that a
 // value outside the enumerators (which a caller can store) is read without undefined behaviour.
@@ -108,8 +119,9 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<double> scores;
     optimization::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
-    // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
-    auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
+    // Every iteration's generator restarts the stream of seed kSeed: its draws are made once (the leading
+    // ones once per process).
+    auto const draws = std::make_shared<optimization::UniformStream>(sharedPrefix());
     // Drawing and scoring a population take about the same time every iteration: the team is chosen by
     // measuring them (the calling thread alone when a team does not pay on this machine right now).
     common::AdaptiveTeam team(common::threadsForLoop());
