@@ -29,6 +29,7 @@ typedef std::uint64_t LanePairBits __attribute__((vector_size(16)));
 // would defeat branch prediction).
 struct WalkScratch {
     std::vector<LanePairBits> available;
+    bool allAvailable = false;  // every flag of `available` is set: a batch may start without refilling
     std::vector<LanePair> runningSums;
     std::vector<std::vector<int>> idleSelections;  // written by the unused lanes of a last, partial batch
 };
@@ -151,7 +152,10 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
 void HamiltonianPathMCGenerator::Private::drawBatch(
     double const* const* laneDraws, std::size_t pathLength, std::vector<int>* const* selections,
     WalkScratch& scratch, std::vector<std::vector<int>> const* exclusionLists) const {
-    scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
+    if (!scratch.allAvailable) {
+        scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
+    }
+    scratch.allAvailable = false;
     scratch.runningSums.resize(kPairs * width_);
     LanePairBits* const available = scratch.available.data();
     LanePair* const runningSums = scratch.runningSums.data();
@@ -209,6 +213,17 @@ void HamiltonianPathMCGenerator::Private::drawBatch(
                 }
             }
         }
+    }
+
+    // Without exclusion lists only the selected positions were taken: setting them again leaves every flag
+    // set for the next batch, a few writes instead of refilling the whole table.
+    if (exclusionLists == nullptr) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            for (int const taken : *selections[lane]) {
+                available[static_cast<std::size_t>(taken) * kPairs + lane / 2][lane % 2] = kAvailable;
+            }
+        }
+        scratch.allAvailable = true;
     }
 }
 
