@@ -138,23 +138,29 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
         std::size_t const count = static_cast<std::size_t>(population.size);
 
-        if (state.exclusionLists.empty()) {
-            generator.generatePaths(population.size, selections, state.pathLength);
-        } else {
-            generator.generatePathsWithExclusions(population.size, selections, state.pathLength,
-                                                  state.exclusionLists);
-        }
-
+        // Each batch of selections is scored by the thread that drew it, as soon as it is drawn: one
+        // parallel loop per iteration. Every selection is scored even after a failure; the exception of the
+        // lowest failing index is rethrown once the loop has ended.
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
-        team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
-            std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
-            if (sortSelections) {
-                std::sort(selection.begin(), selection.end());
+        common::LoopFailures failures(team.threads());
+        auto const scoreDrawn = [&](std::size_t first, std::size_t last, int thread) {
+            for (std::size_t index = first; index < last; ++index) {
+                try {
+                    std::vector<int>& selection = selections[index];
+                    if (sortSelections) {
+                        std::sort(selection.begin(), selection.end());
+                    }
+                    scores[index] = objective(selection);
+                } catch (...) {
+                    failures.capture(thread, static_cast<std::ptrdiff_t>(index));
+                }
             }
-            scores[static_cast<std::size_t>(index)] = objective(selection);
-        });
+        };
+        generator.generatePaths(population.size, selections, state.pathLength,
+                                state.exclusionLists.empty() ? nullptr : &state.exclusionLists, scoreDrawn);
         team.endRound();
+        failures.rethrowFirst();
         state.numberOfEvaluations += count;
 
         Tessel::StatisticalCalculator calculator(population.size);
