@@ -28,6 +28,12 @@ unsigned int const kSeed = 193;
 // draws, e.g. 41 * 40 * 5 selections of 8 nodes, reads them without drawing anything.
 std::size_t const kSharedDraws = std::size_t{1} << 17;
 
+// From this many selections on, each batch of selections is scored as soon as it is drawn, in the same
+// parallel loop: one loop per iteration instead of two. Smaller populations are drawn first and then scored
+// one selection at a time on the team, so that a few expensive evaluations still share out evenly (a batch
+// of drawn selections goes to one thread).
+std::size_t const kScoredWhileDrawn = 512;
+
 std::shared_ptr<optimization::UniformPrefix const> sharedPrefix() {
     static auto const prefix = std::make_shared<optimization::UniformPrefix const>(kSeed, kSharedDraws);
     return prefix;
@@ -138,27 +144,38 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
         std::size_t const count = static_cast<std::size_t>(population.size);
 
-        // Each batch of selections is scored by the thread that drew it, as soon as it is drawn: one
-        // parallel loop per iteration. Every selection is scored even after a failure; the exception of the
-        // lowest failing index is rethrown once the loop has ended.
+        // Every selection is scored even after a failure; the exception of the lowest failing index is
+        // rethrown once every selection was scored.
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
         common::LoopFailures failures(team.threads());
-        auto const scoreDrawn = [&](std::size_t first, std::size_t last, int thread) {
-            for (std::size_t index = first; index < last; ++index) {
-                try {
-                    std::vector<int>& selection = selections[index];
-                    if (sortSelections) {
-                        std::sort(selection.begin(), selection.end());
-                    }
-                    scores[index] = objective(selection);
-                } catch (...) {
-                    failures.capture(thread, static_cast<std::ptrdiff_t>(index));
+        auto const score = [&](std::size_t index, int thread) {
+            try {
+                std::vector<int>& selection = selections[index];
+                if (sortSelections) {
+                    std::sort(selection.begin(), selection.end());
                 }
+                scores[index] = objective(selection);
+            } catch (...) {
+                failures.capture(thread, static_cast<std::ptrdiff_t>(index));
             }
         };
-        generator.generatePaths(population.size, selections, state.pathLength,
-                                state.exclusionLists.empty() ? nullptr : &state.exclusionLists, scoreDrawn);
+        std::vector<std::vector<int>> const* const exclusions =
+            state.exclusionLists.empty() ? nullptr : &state.exclusionLists;
+        if (count >= kScoredWhileDrawn) {
+            // Each batch is scored by the thread that drew it, right after drawing: one parallel loop.
+            generator.generatePaths(population.size, selections, state.pathLength, exclusions,
+                                    [&](std::size_t first, std::size_t last, int thread) {
+                                        for (std::size_t index = first; index < last; ++index) {
+                                            score(index, thread);
+                                        }
+                                    });
+        } else {
+            generator.generatePaths(population.size, selections, state.pathLength, exclusions, nullptr);
+            team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int thread) {
+                score(static_cast<std::size_t>(index), thread);
+            });
+        }
         team.endRound();
         failures.rethrowFirst();
         state.numberOfEvaluations += count;

@@ -259,7 +259,7 @@ void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<st
                                                int pathLength,
                                                std::vector<std::vector<int>> const* exclusionLists,
                                                WhenDrawn const& whenDrawn) {
-    d_->generate(numberOfPaths, paths, pathLength, exclusionLists, &whenDrawn);
+    d_->generate(numberOfPaths, paths, pathLength, exclusionLists, whenDrawn ? &whenDrawn : nullptr);
 }
 
 }  // namespace Kestrel::optimization

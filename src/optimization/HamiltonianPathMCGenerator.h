@@ -56,9 +56,9 @@ class HamiltonianPathMCGenerator {
     // consecutive indices; a selection may be changed in place (e.g. sorted) once handed over.
     using WhenDrawn = std::function<void(std::size_t first, std::size_t last, int thread)>;
 
-    // generatePaths() and generatePathsWithExclusions() (for a null `exclusionLists`: without) that hand
-    // every selection to `whenDrawn`. The loop runs on the team whatever the population's size, since the
-    // work of `whenDrawn` is not known here.
+    // generatePathsWithExclusions(), or generatePaths() for a null `exclusionLists`, handing every
+    // selection to `whenDrawn` unless it is empty; the loop then runs on the team whatever the population's
+    // size, since the work of `whenDrawn` is not known here.
     void generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                        std::vector<std::vector<int>> const* exclusionLists, WhenDrawn const& whenDrawn);
 
