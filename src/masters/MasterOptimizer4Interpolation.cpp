@@ -14,6 +14,32 @@ namespace {
 
 using Optimiser = CombinatorialCrossEntropyOptimization;
 
+// Positions of a master choice, and whether a call on this thread is using them.
+struct ChoiceBuffer {
+    // Marks the buffer as used for its lifetime.
+    class Use {
+      public:
+        explicit Use(ChoiceBuffer& buffer) : buffer_(buffer) { buffer_.busy = true; }
+        ~Use() { buffer_.busy = false; }
+        Use(Use const&) = delete;
+        Use& operator=(Use const&) = delete;
+
+      private:
+        ChoiceBuffer& buffer_;
+    };
+
+    std::vector<int> positions;
+    bool busy = false;
+};
+
+// The optimiser numbers positions from 1 (its state 0 is the start row).
+std::vector<int> const& toZeroBased(std::vector<int>& positions) {
+    for (int& position : positions) {
+        --position;
+    }
+    return positions;
+}
+
 }  // namespace
 
 MasterOptimizer4Interpolation::MasterOptimizer4Interpolation(
@@ -90,11 +116,18 @@ void MasterOptimizer4Interpolation::setSearchPrecondition(boost::function<void()
 }
 
 double MasterOptimizer4Interpolation::masterChoiceEvaluator(std::vector<int> const& choice) const {
-    std::vector<int> positions(choice);
-    for (int& position : positions) {
-        --position;
+    // The optimiser scores thousands of choices per iteration on each thread: their 0-based positions go
+    // into a buffer of the calling thread, reused from call to call, instead of a vector allocated per
+    // call. A call made while the buffer is in use on this thread (an evaluation that itself runs a master
+    // search) uses a vector of its own.
+    thread_local ChoiceBuffer buffer;
+    if (buffer.busy) {
+        std::vector<int> positions(choice);
+        return geometryBasedEvaluation(toZeroBased(positions));
     }
-    return geometryBasedEvaluation(positions);
+    ChoiceBuffer::Use const use(buffer);
+    buffer.positions.assign(choice.begin(), choice.end());
+    return geometryBasedEvaluation(toZeroBased(buffer.positions));
 }
 
 }  // namespace Kestrel

@@ -8,8 +8,10 @@
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -21,6 +23,21 @@ namespace {
 
 // Fixed so that every iteration, and every run, draws the same stream of random numbers.
 unsigned int const kSeed = 193;
+
+// Leading draws of that stream made once for the whole process (1 MiB): a population of up to this many
+// draws, e.g. 41 * 40 * 5 selections of 8 nodes, reads them without drawing anything.
+std::size_t const kSharedDraws = std::size_t{1} << 17;
+
+// From this many selections on, each batch of selections is scored as soon as it is drawn, in the same
+// parallel loop: one loop per iteration instead of two. Smaller populations are drawn first and then scored
+// one selection at a time on the team, so that a few expensive evaluations still share out evenly (a batch
+// of drawn selections goes to one thread).
+std::size_t const kScoredWhileDrawn = 512;
+
+std::shared_ptr<optimization::UniformPrefix const> sharedPrefix() {
+    static auto const prefix = std::make_shared<optimization::UniformPrefix const>(kSeed, kSharedDraws);
+    return prefix;
+}
 
 // Only 0 against any other value is tested. The stored value is read as its underlying integer so that a
 // value outside the enumerators (which a caller can store) is read without undefined behaviour.
@@ -108,8 +125,9 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<double> scores;
     optimization::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
-    // Every iteration's generator restarts the stream of seed kSeed: its draws are made once.
-    auto const draws = std::make_shared<optimization::UniformStream>(kSeed);
+    // Every iteration's generator restarts the stream of seed kSeed: its draws are made once (the leading
+    // ones once per process).
+    auto const draws = std::make_shared<optimization::UniformStream>(sharedPrefix());
     // Drawing and scoring a population take about the same time every iteration: the team is chosen by
     // measuring them (the calling thread alone when a team does not pay on this machine right now).
     common::AdaptiveTeam team(common::threadsForLoop());
@@ -126,23 +144,40 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         }
         std::size_t const count = static_cast<std::size_t>(population.size);
 
-        if (state.exclusionLists.empty()) {
-            generator.generatePaths(population.size, selections, state.pathLength);
-        } else {
-            generator.generatePathsWithExclusions(population.size, selections, state.pathLength,
-                                                  state.exclusionLists);
-        }
-
+        // Every selection is scored even after a failure; the exception of the lowest failing index is
+        // rethrown once every selection was scored.
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
-        team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int) {
-            std::vector<int>& selection = selections[static_cast<std::size_t>(index)];
-            if (sortSelections) {
-                std::sort(selection.begin(), selection.end());
+        common::LoopFailures failures(team.threads());
+        auto const score = [&](std::size_t index, int thread) {
+            try {
+                std::vector<int>& selection = selections[index];
+                if (sortSelections) {
+                    std::sort(selection.begin(), selection.end());
+                }
+                scores[index] = objective(selection);
+            } catch (...) {
+                failures.capture(thread, static_cast<std::ptrdiff_t>(index));
             }
-            scores[static_cast<std::size_t>(index)] = objective(selection);
-        });
+        };
+        std::vector<std::vector<int>> const* const exclusions =
+            state.exclusionLists.empty() ? nullptr : &state.exclusionLists;
+        if (count >= kScoredWhileDrawn) {
+            // Each batch is scored by the thread that drew it, right after drawing: one parallel loop.
+            generator.generatePaths(population.size, selections, state.pathLength, exclusions,
+                                    [&](std::size_t first, std::size_t last, int thread) {
+                                        for (std::size_t index = first; index < last; ++index) {
+                                            score(index, thread);
+                                        }
+                                    });
+        } else {
+            generator.generatePaths(population.size, selections, state.pathLength, exclusions, nullptr);
+            team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int thread) {
+                score(static_cast<std::size_t>(index), thread);
+            });
+        }
         team.endRound();
+        failures.rethrowFirst();
         state.numberOfEvaluations += count;
 
         Tessel::StatisticalCalculator calculator(population.size);

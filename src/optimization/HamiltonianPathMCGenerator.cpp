@@ -11,7 +11,8 @@ namespace Kestrel::optimization {
 namespace {
 
 // Below this many weight additions a population is drawn on the calling thread: starting a team of
-// threads would cost more than it saves. The result is the same either way.
+// threads would cost more than it saves. The result is the same either way. A population whose selections
+// are handed over as they are drawn (to be scored in the same loop) goes to the team whatever its size.
 constexpr std::size_t kParallelWork = std::size_t{1} << 16;
 
 // Selections built side by side by one worker. The running sums of a walk form one long chain of
@@ -29,6 +30,7 @@ typedef std::uint64_t LanePairBits __attribute__((vector_size(16)));
 // would defeat branch prediction).
 struct WalkScratch {
     std::vector<LanePairBits> available;
+    bool allAvailable = false;  // every flag of `available` is set: a batch may start without refilling
     std::vector<LanePair> runningSums;
     std::vector<std::vector<int>> idleSelections;  // written by the unused lanes of a last, partial batch
 };
@@ -63,7 +65,7 @@ class HamiltonianPathMCGenerator::Private {
     Private(std::vector<std::vector<double>> const& matrix, std::shared_ptr<UniformStream> stream);
 
     void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
-                  std::vector<std::vector<int>> const* exclusionLists);
+                  std::vector<std::vector<int>> const* exclusionLists, WhenDrawn const* whenDrawn);
 
     common::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
 
@@ -111,7 +113,8 @@ HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> co
 
 void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                    int pathLength,
-                                                   std::vector<std::vector<int>> const* exclusionLists) {
+                                                   std::vector<std::vector<int>> const* exclusionLists,
+                                                   WhenDrawn const* whenDrawn) {
     std::size_t const count = numberOfPaths > 0 ? static_cast<std::size_t>(numberOfPaths) : 0;
     std::size_t const length = pathLength > 0 ? static_cast<std::size_t>(pathLength) : 0;
     paths.resize(count);
@@ -120,7 +123,7 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     double const* const draws = stream_->draws(drawsUsed_, count * length);
     drawsUsed_ += count * length;
     std::size_t const batches = (count + kLanes - 1) / kLanes;
-    bool const worthThreads = count * length * width_ >= kParallelWork;
+    bool const worthThreads = whenDrawn != nullptr || count * length * width_ >= kParallelWork;
     int const threads = !worthThreads ? 1 : team != nullptr ? team->threads() : common::threadsForLoop();
     std::vector<WalkScratch> scratch(static_cast<std::size_t>(threads));
     auto const drawOneBatch = [&](std::ptrdiff_t batch, int thread) {
@@ -140,6 +143,9 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
             }
         }
         drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
+        if (whenDrawn != nullptr) {
+            (*whenDrawn)(first, std::min(first + kLanes, count), thread);
+        }
     };
     if (worthThreads && team != nullptr) {
         team->forEachIndex(static_cast<std::ptrdiff_t>(batches), drawOneBatch);
@@ -151,7 +157,10 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
 void HamiltonianPathMCGenerator::Private::drawBatch(
     double const* const* laneDraws, std::size_t pathLength, std::vector<int>* const* selections,
     WalkScratch& scratch, std::vector<std::vector<int>> const* exclusionLists) const {
-    scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
+    if (!scratch.allAvailable) {
+        scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
+    }
+    scratch.allAvailable = false;
     scratch.runningSums.resize(kPairs * width_);
     LanePairBits* const available = scratch.available.data();
     LanePair* const runningSums = scratch.runningSums.data();
@@ -210,6 +219,17 @@ void HamiltonianPathMCGenerator::Private::drawBatch(
             }
         }
     }
+
+    // Without exclusion lists only the selected positions were taken: setting them again leaves every flag
+    // set for the next batch, a few writes instead of refilling the whole table.
+    if (exclusionLists == nullptr) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            for (int const taken : *selections[lane]) {
+                available[static_cast<std::size_t>(taken) * kPairs + lane / 2][lane % 2] = kAvailable;
+            }
+        }
+        scratch.allAvailable = true;
+    }
 }
 
 HamiltonianPathMCGenerator::HamiltonianPathMCGenerator(std::vector<std::vector<double>> const& matrix,
@@ -226,13 +246,20 @@ void HamiltonianPathMCGenerator::setTeam(common::AdaptiveTeam* team) {
 
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                int pathLength) {
-    d_->generate(numberOfPaths, paths, pathLength, nullptr);
+    d_->generate(numberOfPaths, paths, pathLength, nullptr, nullptr);
 }
 
 void HamiltonianPathMCGenerator::generatePathsWithExclusions(
     int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
     std::vector<std::vector<int>> const& exclusionLists) {
-    d_->generate(numberOfPaths, paths, pathLength, &exclusionLists);
+    d_->generate(numberOfPaths, paths, pathLength, &exclusionLists, nullptr);
+}
+
+void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
+                                               int pathLength,
+                                               std::vector<std::vector<int>> const* exclusionLists,
+                                               WhenDrawn const& whenDrawn) {
+    d_->generate(numberOfPaths, paths, pathLength, exclusionLists, whenDrawn ? &whenDrawn : nullptr);
 }
 
 }  // namespace Kestrel::optimization

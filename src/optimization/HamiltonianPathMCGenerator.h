@@ -26,6 +26,8 @@
 #include "AdaptiveTeam.h"
 #include "UniformStream.h"
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -47,6 +49,18 @@ class HamiltonianPathMCGenerator {
     // The same, but choosing node j also marks every node of exclusionLists[j] as taken.
     void generatePathsWithExclusions(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
                                      std::vector<std::vector<int>> const& exclusionLists);
+
+    // What to do with selections first ... last - 1 as soon as they are drawn, on the thread `thread` that
+    // drew them (below the team's size), while other threads still draw: e.g. score them, in the same
+    // parallel loop. Must not throw. Selections of one call are handed over once each, in batches of
+    // consecutive indices; a selection may be changed in place (e.g. sorted) once handed over.
+    using WhenDrawn = std::function<void(std::size_t first, std::size_t last, int thread)>;
+
+    // generatePathsWithExclusions(), or generatePaths() for a null `exclusionLists`, handing every
+    // selection to `whenDrawn` unless it is empty; the loop then runs on the team whatever the population's
+    // size, since the work of `whenDrawn` is not known here.
+    void generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
+                       std::vector<std::vector<int>> const* exclusionLists, WhenDrawn const& whenDrawn);
 
     // Large populations of the following calls are drawn on `team` (which must outlive them) as part of
     // its current round; until set, on the library's threads. The selections do not depend on it.

@@ -70,6 +70,33 @@ class ThrowingModel : public MasterOptimizer4Interpolation {
     }
 };
 
+// Scores like the toy model's optimiser, but the first evaluation on each thread first runs a whole master
+// search of its own (on another object, on the same thread) and records whether the choice it was asked
+// to score stayed the same meanwhile.
+class NestingModel : public CountingModel {
+  public:
+    using CountingModel::CountingModel;
+
+    mutable std::atomic<int> nestedSearches{0};
+    mutable std::atomic<int> changedChoices{0};
+
+  private:
+    double geometryBasedEvaluation(std::vector<int> const& masterIndices) const override {
+        thread_local bool searched = false;
+        if (!searched) {
+            searched = true;
+            std::vector<int> const asked(masterIndices);
+            std::vector<int> nested;
+            inner.calculateOptimalMasterIndices(2, nested, nullptr);
+            ++nestedSearches;
+            if (masterIndices != asked) {
+                ++changedChoices;
+            }
+        }
+        return inner.evaluateMasterChoice(masterIndices);
+    }
+};
+
 std::vector<int> search(MasterOptimizer4Interpolation const& optimiser, int masters,
                         std::vector<int> const* preGroups = nullptr) {
     std::vector<int> result{-7, 99};
@@ -218,6 +245,16 @@ TEST(MasterOptimizer4Interpolation, ConcurrentCallsOnOneObjectAgree) {
     b.join();
     EXPECT_EQ(first, expected);
     EXPECT_EQ(second, expected);
+}
+
+TEST(MasterOptimizer4Interpolation, ASearchInsideAnEvaluationLeavesTheChoiceBeingScoredAlone) {
+    std::mt19937 engine(18);
+    auto const model = modelOf(ReferenceToyModel::randomLine(engine, 9, false));
+    NestingModel const nesting(model);
+    std::vector<int> const found = search(nesting, 3);
+    EXPECT_GE(nesting.nestedSearches.load(), 1);
+    EXPECT_EQ(nesting.changedChoices.load(), 0);
+    EXPECT_EQ(found, search(MasterOptimizer4DrawbeadToyModel(model), 3));
 }
 
 TEST(MasterOptimizer4Interpolation, CallableThroughABaseReference) {

@@ -47,12 +47,30 @@ TEST_P(ThreadCount, GeneratorMatchesReference) {
 
         ReferenceCrossEntropy::Generator reference(matrix, seed);
         Kestrel::optimization::HamiltonianPathMCGenerator generator(matrix, seed);
-        // Two populations from the same generator: the engine goes on where the first one stopped.
-        for (int round = 0; round < 2; ++round) {
+        // Three populations from the same generator: the engine goes on where the last one stopped. The
+        // third hands its selections over as they are drawn: each once, complete, on a thread of the team.
+        for (int round = 0; round < 3; ++round) {
             std::vector<std::vector<int>> expected;
             std::vector<std::vector<int>> actual(3, std::vector<int>{7, 7});
             reference.generate(paths, expected, pathLength, grouped ? &lists : nullptr);
-            if (grouped) {
+            if (round == 2) {
+                std::vector<std::vector<int>> handedOver(static_cast<std::size_t>(paths));
+                std::vector<int> handovers(static_cast<std::size_t>(paths), 0);
+                std::atomic<bool> threadOutsideTeam{false};
+                generator.generatePaths(paths, actual, pathLength, grouped ? &lists : nullptr,
+                                        [&](std::size_t first, std::size_t last, int thread) {
+                                            threadOutsideTeam = threadOutsideTeam || thread < 0 ||
+                                                                thread >= omp_get_max_threads();
+                                            for (std::size_t i = first; i < last; ++i) {
+                                                handedOver[i] = actual[i];
+                                                ++handovers[i];
+                                            }
+                                        });
+                EXPECT_EQ(expected, handedOver) << "trial " << trial;
+                EXPECT_EQ(std::vector<int>(static_cast<std::size_t>(paths), 1), handovers)
+                    << "trial " << trial;
+                EXPECT_FALSE(threadOutsideTeam.load());
+            } else if (grouped) {
                 generator.generatePathsWithExclusions(paths, actual, pathLength, lists);
             } else {
                 generator.generatePaths(paths, actual, pathLength);

@@ -44,6 +44,29 @@ TEST(UniformStream, DrawsAreTheEngineOutputsScaledByTwoToMinus32InOrder) {
               std::vector<double>(early, early + 100));
 }
 
+TEST(UniformStream, StreamAfterASharedPrefixDrawsLikeAFreshlySeededOne) {
+    auto const prefix = std::make_shared<Kestrel::optimization::UniformPrefix const>(193, 1000);
+    ASSERT_EQ(prefix->draws().size(), 1000u);
+    Kestrel::optimization::UniformStream plain(193);
+    double const* const plainDraws = plain.draws(0, 3000);
+    std::vector<double> const expected(plainDraws, plainDraws + 3000);
+    // Reads inside the prefix, then across its end, then beyond, then inside again.
+    Kestrel::optimization::UniformStream continued(prefix);
+    std::size_t const pieces[][2] = {{0, 1000}, {990, 20}, {1500, 1500}, {5, 10}, {0, 3000}};
+    for (auto const& piece : pieces) {
+        double const* draws = continued.draws(piece[0], piece[1]);
+        EXPECT_EQ(std::vector<double>(expected.begin() + static_cast<std::ptrdiff_t>(piece[0]),
+                                      expected.begin() + static_cast<std::ptrdiff_t>(piece[0] + piece[1])),
+                  std::vector<double>(draws, draws + piece[1]))
+            << "draws " << piece[0] << " ... " << piece[0] + piece[1] - 1;
+    }
+    // A stream that starts beyond the prefix gets the prefix's draws as well.
+    Kestrel::optimization::UniformStream late(prefix);
+    double const* tail = late.draws(2000, 1000);
+    EXPECT_EQ(std::vector<double>(expected.begin() + 2000, expected.end()),
+              std::vector<double>(tail, tail + 1000));
+}
+
 TEST(HamiltonianPathMCGenerator, GeneratorsOnASharedStreamDrawLikeFreshlySeededOnes) {
     std::mt19937 random(12);
     auto const matrix = OptimizationTests::randomMatrix(random, 9, 0.1);

@@ -2,21 +2,83 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Kestrel {
 namespace Tessel {
 
 namespace {
 
-// Orders like operator< on numbers and puts NaN after every number, so that sorting data with NaN in it
-// stays well defined (operator< alone is no strict weak ordering then). Data without NaN is arranged exactly
-// as operator< arranges it: the comparator answers every comparison of two numbers the same way.
-bool numbersBeforeNaN(double a, double b) {
-    return a < b || (!std::isnan(a) && std::isnan(b));
-}
+// Orders numbers as operator< does, with -0.0 before +0.0. Two numbers this order does not tell apart have
+// the same bits, so the value at every position of the arranged data is the same whatever algorithm
+// arranges it (operator< alone leaves the sign of a zero to the algorithm). A function object, so that the
+// selection algorithms inline it.
+struct NumberBefore {
+    bool operator()(double a, double b) const {
+        return a < b || (a == b && std::signbit(a) && !std::signbit(b));
+    }
+};
+
+// Orders NaN by their bits, so that the NaN at a given position does not depend on the algorithm either.
+struct NanBefore {
+    bool operator()(double a, double b) const {
+        std::uint64_t aBits = 0;
+        std::uint64_t bBits = 0;
+        std::memcpy(&aBits, &a, sizeof aBits);
+        std::memcpy(&bBits, &b, sizeof bBits);
+        return aBits < bBits;
+    }
+};
+
+// The values sorted ascending, numbers (in NumberBefore order) before NaN (in NanBefore order), without
+// sorting: each query moves the value of one position into place.
+class OrderStatistics {
+  public:
+    explicit OrderStatistics(std::vector<double> values)
+        : values_(std::move(values)),
+          numbersEnd_(
+              std::partition(values_.begin(), values_.end(), [](double x) { return !std::isnan(x); })) {}
+
+    // The value at `position` (below the number of values). Afterwards no value before it comes later in
+    // the order and none after it comes earlier.
+    double at(std::size_t position) {
+        auto const target = values_.begin() + static_cast<std::ptrdiff_t>(position);
+        if (target < numbersEnd_) {
+            std::nth_element(values_.begin(), target, numbersEnd_, NumberBefore());
+        } else {
+            std::nth_element(numbersEnd_, target, values_.end(), NanBefore());
+        }
+        return *target;
+    }
+
+    // The values at `position` and `position` + 1 (the latter below the number of values). After one of
+    // them is moved into place, the other is the extreme of the values on one side of it: the side with
+    // fewer values is scanned (the lower side for the low quantiles the optimiser asks for).
+    std::pair<double, double> neighbours(std::size_t position) {
+        auto const numbers = static_cast<std::size_t>(numbersEnd_ - values_.begin());
+        if (position + 1 < numbers && 2 * (position + 1) <= numbers) {
+            double const high = at(position + 1);
+            auto const lowerEnd = values_.cbegin() + static_cast<std::ptrdiff_t>(position) + 1;
+            return {*std::max_element(values_.cbegin(), lowerEnd, NumberBefore()), high};
+        }
+        double const low = at(position);
+        auto const upperBegin = values_.cbegin() + static_cast<std::ptrdiff_t>(position) + 1;
+        if (upperBegin < numbersEnd_) {
+            return {low, *std::min_element(upperBegin, std::vector<double>::const_iterator(numbersEnd_),
+                                           NumberBefore())};
+        }
+        return {low, *std::min_element(upperBegin, values_.cend(), NanBefore())};
+    }
+
+  private:
+    std::vector<double> values_;
+    std::vector<double>::iterator numbersEnd_;
+};
 
 void requireValues(std::vector<double> const& values, char const* operation) {
     if (values.empty()) {
@@ -43,18 +105,21 @@ double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     if (std::isnan(level)) {
         return std::numeric_limits<double>::quiet_NaN();
     }
-    std::vector<double> sorted(values_);
-    std::sort(sorted.begin(), sorted.end(), numbersBeforeNaN);
+    // Only the order statistics lo and lo + 1 are needed: selecting them takes O(N) where sorting took
+    // O(N log N). Their values are those of the fully sorted data, bit for bit (see NumberBefore and
+    // NanBefore), so the result does not depend on how they are found.
+    OrderStatistics order(values_);
     // Levels outside 0 … 1 take the nearest end. Clamping the level before scaling keeps infinite levels
     // well defined for a single value, where 0 · ∞ would give no position at all.
-    double const last = static_cast<double>(sorted.size() - 1);
+    double const last = static_cast<double>(values_.size() - 1);
     double const h = last * std::min(std::max(level, 0.0), 1.0);
     double const floorOfH = std::floor(h);
     auto const lo = static_cast<std::size_t>(floorOfH);
-    if (lo + 1 < sorted.size()) {
-        return sorted[lo] + (h - floorOfH) * (sorted[lo + 1] - sorted[lo]);
+    if (lo + 1 < values_.size()) {
+        std::pair<double, double> const around = order.neighbours(lo);
+        return around.first + (h - floorOfH) * (around.second - around.first);
     }
-    return sorted[lo];
+    return order.at(lo);
 }
 
 double StatisticalCalculator::getVariance(int degreesOfFreedomCorrection) const {

@@ -9,7 +9,7 @@
 //   double const threshold = calculator.getQuantile(0.05, 0);   // 5 % quantile
 //   double const variance = calculator.getVariance(0);          // population variance
 //
-// Cost: loading is O(N); the first quantile sorts a copy, O(N log N); variance O(N).
+// Cost: loading is O(N); a quantile selects two order statistics of a copy, O(N); variance O(N).
 // The calculator is not safe to use from several threads at once; separate objects are independent.
 #pragma once
 
@@ -39,6 +39,10 @@ class KESTREL_API StatisticalCalculator {
     // x[lo] + (h - lo) * (x[lo + 1] - x[lo]) when lo + 1 < N, else x[lo]. The second argument selects the
     // method; 0 is this one and the only one offered. Requires at least one value. NaN values sort after
     // every number; a level outside [0, 1] is taken as the nearest end, a NaN level gives NaN.
+    // Equal zeros sort -0.0 before +0.0 and NaN sort by their bits, so the result is a function of the
+    // values alone, bit for bit, whatever their load order; next to a sort by operator<, which leaves the
+    // order of equal zeros open, only the sign of a zero or the payload of a NaN result can differ, and
+    // neither changes the outcome of any comparison with the result.
     virtual double getQuantile(double level, int method) const;
 
     // Variance with `degreesOfFreedomCorrection` subtracted from the count in the divisor: 0 gives the
