@@ -54,9 +54,9 @@ char const* routeOf(std::vector<std::vector<double>> const& matrix) {
         return "proved";
     }
     double const range = Kestrel::assignment::exactRange(matrix);
-    return range > 0.0 &&
-                   Kestrel::assignment::solveByExactSteps(columnMajor.data(), range, assignment.data(),
-                                                          static_cast<int>(nRows), static_cast<int>(nCols))
+    return range > 0.0 && Kestrel::assignment::solveByExactSteps(matrix, columnMajor.data(), range,
+                                                                 assignment.data(), static_cast<int>(nRows),
+                                                                 static_cast<int>(nCols))
                ? "exact"
                : "steps";
 }

@@ -18,17 +18,19 @@
 // - a shortest-augmenting-path solver (O(n^3) worst case, far less on typical matrices) finds an optimum,
 //   and its dual values prove that every other assignment costs more than the rounding errors of the
 //   steps could ever bridge; that optimum is then what the steps return. This serves tie-free matrices,
-//   with negative costs and (square matrices, or lines with enough finite costs) forbidden pairs;
-// - when every element is a multiple of one power of two no finer than DBL_EPSILON (integers above all),
-//   the values stay small enough to be exact (below about 2^51 times that power) and the first star pass
-//   stars fewer than half the lines, the steps run on row and column potentials: the same choices in the
-//   same order at O(n) work per adjustment. This serves structured integer matrices such as products of
-//   indices, on which the steps as they stand adjust the whole matrix O(n^2) times; it is still O(n^3).
-// Other matrices (random integer matrices among them) run the steps as they stand. Memory: at most about 19
-// bytes per element when the steps run (two double copies and three boolean matrices, allocated once per
-// call), about 24 plus 4 per zero for the exact route; the unique-optimum route copies nothing for a matrix
-// that is not taller than wide and makes one column-major copy otherwise. A matrix with forbidden pairs also
-// builds a list of its finite elements (4 bytes each) to check feasibility.
+//   with negative costs and (square matrices, or lines with enough finite costs) forbidden pairs. When
+//   every value the steps form is exact (below), the steps make no rounding errors at all, and the proof
+//   needs only that the optimum be unique: products of indices are served at every size;
+// - when every element is a multiple of one power of two no finer than DBL_EPSILON (integers above all)
+//   and the values stay small enough to be exact (below about 2^51 times that power), the steps run on
+//   row and column potentials with lasting lists of zeros: the same choices in the same order, with O(1)
+//   work per adjustment on the potentials and O(n) to find the next one. This serves integer matrices,
+//   full of ties, whether random or structured.
+// Other matrices run the steps as they stand. Memory: at most about 19 bytes per element when the steps
+// run (two double copies and three boolean matrices, allocated once per call), about 8 plus 4 per zero for
+// the exact route; the unique-optimum route copies nothing for a matrix that is not taller than wide and
+// makes one column-major copy otherwise. A matrix with forbidden pairs also builds a list of its finite
+// elements (4 bytes each) to check feasibility.
 //
 //   std::vector<std::vector<double>> cost = {{4.0, 1.0, 3.0},
 //                                            {2.0, 0.0, 5.0},

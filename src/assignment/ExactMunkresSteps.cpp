@@ -2,16 +2,30 @@
 //
 // Between two augmentations (a phase) rows are only ever covered and columns only ever uncovered, and an
 // adjustment by h lowers every uncovered-row, uncovered-column value by h, raises every covered-row,
-// covered-column value by h and leaves the rest. So within a phase:
-// - each uncovered row keeps slack[row], its smallest value over the uncovered columns; an adjustment
-//   takes h as the smallest slack and lowers every slack by h;
-// - each uncovered column keeps the list of uncovered rows holding a zero in it, in ascending row order.
-//   A column's list is filled when the column is uncovered (one pass over its rows) and, after an
-//   adjustment, from the rows whose slack reached zero (one pass over their uncovered columns each). Zeros
-//   never vanish while both lines stay uncovered, and a covered row is skipped when met, so the head of a
-//   list is exactly the first uncovered zero a scan of the column would find.
-// The passes over the uncovered columns then visit, in ascending order, only the columns whose list is
-// not empty, and make the same choices as a full scan.
+// covered-column value by h and leaves the rest. Augmentations change no value. Every value the steps form
+// is exact here, so any arrangement of the same exact sums gives the same values, and:
+// - the working value is (reduced + rowAdded[row]) - columnSubtracted[col]. A covered row gains every
+//   adjustment made while it stays covered and an uncovered column loses every one: rather than updating
+//   them at each adjustment, a line notes the adjustment total when it changes state, and its gain or
+//   loss since then is the total now minus that note. The end of a phase writes these into the
+//   potentials. An adjustment itself is then O(1) on the potentials.
+// - each uncovered row keeps its slack, its smallest value over the uncovered columns, as the key
+//   slack + total, which an adjustment leaves unchanged. Only an adjustment needs the slacks, so the
+//   columns uncovered during a phase are folded into the keys when the next adjustment comes: most phases
+//   of integer matrices end without one. A covered row's key is +infinity, so h is the smallest key minus
+//   the total, and the rows whose slack reaches zero are those whose key equals the new total.
+// - every column keeps the rows holding a zero in it, in ascending order, for the whole run. The zeros an
+//   adjustment creates lie in the rows whose slack reaches zero and are merged in (a row already listed
+//   stays listed once). Zeros an adjustment raises (covered row, covered column) stay listed until the
+//   phase ends, when they are dropped: a list is read only while its column is uncovered, and every entry
+//   read is checked to be a zero.
+// - within a phase each column reads its list from a head that passes over covered rows and entries that
+//   are not zeros. Rows stay covered until the phase ends, and an entry that becomes a zero again is
+//   merged in anew, which sets the head back to it if it lies before; so the entry the head stops at is
+//   exactly the first uncovered zero a scan of the column would find. Every head goes back to the start
+//   when a phase begins.
+// The passes over the uncovered columns visit, in ascending order, only the columns whose list may still
+// hold an uncovered zero, and make the same choices as a full scan.
 #include "ExactMunkresSteps.h"
 
 #include "FirstReduction.h"
@@ -22,6 +36,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -71,26 +86,37 @@ class ColumnSet {
     std::vector<std::uint64_t> words_;
 };
 
+// A retired column whose values were the smallest of more than one row in this many makes the remaining
+// columns be passed over whole: a contiguous pass costs less than several gathers along rows.
+constexpr int kRowsForAColumnPass = 8;
+
 class ExactSteps {
   public:
-    ExactSteps(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn)
+    ExactSteps(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
+               double const* lineMinimum, int nOfRows, int nOfColumns, double range, int* starColumn)
         : reduced_(reduced),
-          reducedRows_(elementIndex(0, nOfColumns, nOfRows)),
+          rowMajor_(rowMajor),
+          rowMinimum_(nOfRows, 0.0),
+          columnMinimum_(nOfColumns, 0.0),
           nOfRows_(nOfRows),
           nOfColumns_(nOfColumns),
           range_(range),
           starColumn_(starColumn),
           starRow_(nOfColumns, -1),
           rowAdded_(nOfRows, 0.0),
+          coveredAt_(nOfRows, 0.0),
           columnSubtracted_(nOfColumns, 0.0),
-          slack_(nOfRows),
+          columnKey_(nOfColumns, 0.0),
+          slackKey_(nOfRows),
+          rowsAtSmallest_(nOfRows),
+          columnsScratch_(nOfColumns),
           rowMinimumOverUnstarred_(nOfRows, std::numeric_limits<double>::infinity()),
-          coveredRow_(nOfRows),
-          rowBlocked_(nOfRows),
-          coveredColumn_(nOfColumns),
+          coveredRow_(nOfRows, 0),
+          rowBlocked_(nOfRows, 0.0),
+          coveredColumn_(nOfColumns, 0),
           primeColumn_(nOfRows),
           zeroRows_(nOfColumns),
-          zeroScratch_(nOfRows),
+          newZeroRows_(nOfColumns),
           zeroHead_(nOfColumns),
           withZeros_(nOfColumns) {
         for (int row = 0; row < nOfRows; ++row) {
@@ -98,19 +124,25 @@ class ExactSteps {
                 starRow_[starColumn[row]] = row;
             }
         }
+        if (nOfRows <= nOfColumns) {
+            std::copy(lineMinimum, lineMinimum + nOfRows, rowMinimum_.begin());
+        } else {
+            std::copy(lineMinimum, lineMinimum + nOfColumns, columnMinimum_.begin());
+        }
+        // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
+        double largest = 0.0;
+        std::vector<int> zeros(nOfRows);
         for (int col = 0; col < nOfColumns; ++col) {
             double const* column = reduced + elementIndex(0, col, nOfRows);
-            for (int row = 0; row < nOfRows; ++row) {
-                reducedRows_[elementIndex(col, row, nOfColumns)] = column[row];
-                if (std::isfinite(column[row])) {
-                    largestReduced_ = std::max(largestReduced_, std::fabs(column[row]));
-                }
-            }
+            int const nOfZeros = positionsOfValue(column, nOfRows, 0.0, zeros.data());
+            zeroRows_[col].assign(zeros.begin(), zeros.begin() + nOfZeros);
+            largest = std::max(largest, largestFinite(column, nOfRows));
             if (starRow_[col] < 0) {
                 unstarredColumns_.push_back(col);
                 lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(), column, nOfRows);
             }
         }
+        largestReduced_ = largest;
     }
 
     bool run() {
@@ -125,83 +157,96 @@ class ExactSteps {
     }
 
   private:
-    double value(int row, int col) const {
-        return (reduced_[elementIndex(row, col, nOfRows_)] + rowAdded_[row]) - columnSubtracted_[col];
+    // The reduced value at (row, col) from the caller's row: the same single subtraction of the line's
+    // minimum that the first reduction made (subtracting 0 for the other side changes nothing).
+    double reducedInRow(double const* values, double rowMinimum, int col) const {
+        return (values[col] - rowMinimum) - columnMinimum_[col];
     }
 
-    // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes. A column never
-    // starred has never been covered, so it lost every adjustment: its values in a row are the row's reduced
-    // values plus rowAdded minus the adjustment total, and the row's slack follows from its smallest reduced
-    // value over those columns without a pass over them.
+    // What an uncovered column has lost so far, including the adjustments since it was uncovered.
+    double columnSubtractedNow(int col) const { return columnKey_[col] + adjustmentTotal_; }
+
+    // The working value of an uncovered row in an uncovered column.
+    double uncoveredValue(int row, int col) const {
+        return (reduced_[elementIndex(row, col, nOfRows_)] + rowAdded_[row]) - columnSubtractedNow(col);
+    }
+
+    // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes. The gains and
+    // losses of the phase that ended go into the potentials first. A column never starred has never been
+    // covered, so it lost every adjustment: its values in a row are the row's reduced values plus rowAdded
+    // minus the adjustment total, and the row's key follows from its smallest reduced value over those
+    // columns without a pass over them.
     void startPhase() {
-        std::fill(coveredRow_.begin(), coveredRow_.end(), 0);
-        std::fill(rowBlocked_.begin(), rowBlocked_.end(), 0.0);
-        std::fill(primeColumn_.begin(), primeColumn_.end(), -1);
-        withZeros_.clear();
-        uncoveredStarredColumns_.clear();
-        for (int col = 0; col < nOfColumns_; ++col) {
-            zeroRows_[col].clear();
-            zeroHead_[col] = 0;
-            coveredColumn_[col] = starRow_[col] >= 0;
-        }
         for (int row = 0; row < nOfRows_; ++row) {
-            slack_[row] = (rowMinimumOverUnstarred_[row] + rowAdded_[row]) - adjustmentTotal_;
-            if (slack_[row] == 0.0) {
-                collectZerosOfRow(row, unstarredColumns_);
+            if (coveredRow_[row]) {
+                rowAdded_[row] += adjustmentTotal_ - coveredAt_[row];
             }
+            coveredRow_[row] = 0;
+            rowBlocked_[row] = 0.0;
+            primeColumn_[row] = -1;
+            slackKey_[row] = rowMinimumOverUnstarred_[row] + rowAdded_[row];
         }
-    }
-
-    // Appends the row to the zero list of each listed column in which it holds a zero. Reads the row-major
-    // copy, so that the row's values are contiguous.
-    void collectZerosOfRow(int row, std::vector<int> const& columns) {
-        double const* values = reducedRows_.data() + elementIndex(0, row, nOfColumns_);
-        double const added = rowAdded_[row];
-        for (int const col : columns) {
-            if ((values[col] + added) - columnSubtracted_[col] == 0.0) {
-                zeroRows_[col].push_back(row);
+        for (int col = 0; col < nOfColumns_; ++col) {
+            if (!coveredColumn_[col]) {
+                columnSubtracted_[col] = columnSubtractedNow(col);
+            }
+            coveredColumn_[col] = starRow_[col] >= 0;
+            columnKey_[col] = coveredColumn_[col] ? std::numeric_limits<double>::quiet_NaN()
+                                                  : columnSubtracted_[col] - adjustmentTotal_;
+            zeroHead_[col] = 0;
+            dropRaisedZeros(col);
+        }
+        withZeros_.clear();
+        for (int const col : unstarredColumns_) {
+            if (!zeroRows_[col].empty()) {
                 withZeros_.insert(col);
             }
         }
+        uncoveredStarredColumns_.clear();
+        nOfFoldedColumns_ = 0;
     }
 
-    // A starred column joins the uncovered ones: its values lower the slack of the uncovered rows, and its
-    // zeros there form its list. One pass does both; the zero rows are written unconditionally and kept by
-    // advancing the count, which costs less than a branch on matrices full of zeros.
-    void uncoverColumn(int col) {
-        coveredColumn_[col] = 0;
-        uncoveredStarredColumns_.push_back(col);
+    // Takes the zeros that adjustments raised off the column's list, so that lists do not grow with the
+    // number of adjustments. Called when a phase begins: every row is uncovered and the potentials are
+    // written.
+    void dropRaisedZeros(int col) {
+        std::vector<int>& zeros = zeroRows_[col];
         double const* column = reduced_ + elementIndex(0, col, nOfRows_);
         double const subtracted = columnSubtracted_[col];
-        int nZeros = 0;
-        for (int row = 0; row < nOfRows_; ++row) {
-            double const working = ((column[row] + rowAdded_[row]) - subtracted) + rowBlocked_[row];
-            slack_[row] = working < slack_[row] ? working : slack_[row];
-            zeroScratch_[nZeros] = row;
-            nZeros += working == 0.0;
-        }
-        if (nZeros > 0) {
-            zeroRows_[col].assign(zeroScratch_.begin(), zeroScratch_.begin() + nZeros);
-            withZeros_.insert(col);
-        }
+        zeros.erase(
+            std::remove_if(zeros.begin(), zeros.end(),
+                           [&](int row) { return (column[row] + rowAdded_[row]) - subtracted != 0.0; }),
+            zeros.end());
     }
 
     void coverRow(int row) {
         coveredRow_[row] = 1;
+        coveredAt_[row] = adjustmentTotal_;
         rowBlocked_[row] = std::numeric_limits<double>::infinity();
+        slackKey_[row] = std::numeric_limits<double>::infinity();
     }
 
-    // The first uncovered row of the column's list, taken off the list; -1 (and the column leaves the set
-    // of columns with zeros) when none is left.
+    // A starred column joins the uncovered ones; its listed zeros become candidates of the passes (its
+    // head is at the start, as for every column not yet uncovered in this phase).
+    void uncoverColumn(int col) {
+        coveredColumn_[col] = 0;
+        columnKey_[col] = columnSubtracted_[col] - adjustmentTotal_;
+        uncoveredStarredColumns_.push_back(col);
+        if (!zeroRows_[col].empty()) {
+            withZeros_.insert(col);
+        }
+    }
+
+    // The first uncovered zero of the column's list at or after its head, passed by the head; -1 (and the
+    // column leaves the set of columns with zeros) when none is left.
     int takeUncoveredZero(int col) {
         std::vector<int> const& zeros = zeroRows_[col];
         int& head = zeroHead_[col];
-        while (head < static_cast<int>(zeros.size()) && coveredRow_[zeros[head]]) {
+        int const size = static_cast<int>(zeros.size());
+        while (head < size && (coveredRow_[zeros[head]] || uncoveredValue(zeros[head], col) != 0.0)) {
             ++head;
         }
-        if (head == static_cast<int>(zeros.size())) {
-            zeroRows_[col].clear();
-            head = 0;
+        if (head == size) {
             withZeros_.erase(col);
             return -1;
         }
@@ -251,60 +296,118 @@ class ExactSteps {
     }
 
     // The column leaves the never-starred ones; rows whose smallest value over them lay in this column look
-    // for it again among the others.
+    // for it again among the others: along their rows when they are few, otherwise by one pass over the
+    // remaining columns for all rows (on products of indices every row has its minimum in the same
+    // column). The smallest of a set of values does not depend on the order in which it is taken.
     void retireUnstarredColumn(int col) {
         unstarredColumns_.erase(std::find(unstarredColumns_.begin(), unstarredColumns_.end(), col));
         double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        int nOfAffectedRows = 0;
+        for (int row = 0; row < nOfRows_; ++row) {
+            nOfAffectedRows += column[row] == rowMinimumOverUnstarred_[row] ? 1 : 0;
+        }
+        if (nOfAffectedRows > nOfRows_ / kRowsForAColumnPass) {
+            std::fill(rowMinimumOverUnstarred_.begin(), rowMinimumOverUnstarred_.end(),
+                      std::numeric_limits<double>::infinity());
+            for (int const other : unstarredColumns_) {
+                lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(),
+                                          reduced_ + elementIndex(0, other, nOfRows_), nOfRows_);
+            }
+            return;
+        }
         for (int row = 0; row < nOfRows_; ++row) {
             if (column[row] != rowMinimumOverUnstarred_[row]) {
                 continue;
             }
-            double const* values = reducedRows_.data() + elementIndex(0, row, nOfColumns_);
+            double const* values = rowMajor_[row].data();
             double minimum = std::numeric_limits<double>::infinity();
             for (int const other : unstarredColumns_) {
-                minimum = std::min(minimum, values[other]);
+                minimum = std::min(minimum, reducedInRow(values, rowMinimum_[row], other));
             }
             rowMinimumOverUnstarred_[row] = minimum;
         }
     }
 
+    // Folds the starred columns uncovered since the last adjustment into the keys (covered rows meet
+    // +infinity and keep theirs), then returns the smallest key and lists the rows holding it in ascending
+    // order.
+    double foldKeysAndFindSmallest() {
+        double smallest = std::numeric_limits<double>::infinity();
+        int const nOfUncovered = static_cast<int>(uncoveredStarredColumns_.size());
+        if (nOfFoldedColumns_ == nOfUncovered) {
+            smallest = smallestValue(slackKey_.data(), nOfRows_);
+        }
+        for (; nOfFoldedColumns_ < nOfUncovered; ++nOfFoldedColumns_) {
+            int const col = uncoveredStarredColumns_[nOfFoldedColumns_];
+            smallest = lowerKeysByColumn(slackKey_.data(), reduced_ + elementIndex(0, col, nOfRows_),
+                                         rowAdded_.data(), rowBlocked_.data(), columnSubtractedNow(col),
+                                         adjustmentTotal_, nOfRows_);
+        }
+        nOfRowsAtSmallest_ = positionsOfValue(slackKey_.data(), nOfRows_, smallest, rowsAtSmallest_.data());
+        return smallest;
+    }
+
+    // Notes the row as a new zero of each uncovered column in which it holds a zero: a working value
+    // (reduced + added) - lost is zero exactly when reduced + added equals what the column has lost, and a
+    // covered column's NaN key matches nothing. One contiguous pass along the caller's row.
+    void collectNewZerosOfRow(int row) {
+        int const nOfZeros =
+            positionsOfMatches(rowMajor_[row].data(), rowMinimum_[row], columnMinimum_.data(), rowAdded_[row],
+                               columnKey_.data(), adjustmentTotal_, nOfColumns_, columnsScratch_.data());
+        for (int k = 0; k < nOfZeros; ++k) {
+            int const col = columnsScratch_[k];
+            if (newZeroRows_[col].empty()) {
+                columnsWithNewZeros_.push_back(col);
+            }
+            newZeroRows_[col].push_back(row);
+        }
+    }
+
+    // Merges the noted new zeros into the lists of their columns. A column's head goes back to its first
+    // new zero if that lies before the head: the entries the head passed are covered rows, which stay
+    // covered, or values that were not zeros and, not being among the new zeros, still are not.
+    void mergeNewZeros() {
+        for (int const col : columnsWithNewZeros_) {
+            std::vector<int>& zeros = zeroRows_[col];
+            std::vector<int>& added = newZeroRows_[col];
+            int const head = zeroHead_[col];
+            int const headRow = head < static_cast<int>(zeros.size()) ? zeros[head] : nOfRows_;
+            int const readFrom = std::min(headRow, added.front());
+            mergedScratch_.clear();
+            std::set_union(zeros.begin(), zeros.end(), added.begin(), added.end(),
+                           std::back_inserter(mergedScratch_));
+            zeros.swap(mergedScratch_);
+            added.clear();
+            zeroHead_[col] =
+                static_cast<int>(std::lower_bound(zeros.begin(), zeros.end(), readFrom) - zeros.begin());
+            withZeros_.insert(col);
+        }
+        columnsWithNewZeros_.clear();
+    }
+
     // Step 5, on the potentials. The new zeros lie in the uncovered rows whose slack reaches zero.
     bool adjust() {
-        double h = std::numeric_limits<double>::infinity();
-        for (int row = 0; row < nOfRows_; ++row) {
-            if (!coveredRow_[row] && slack_[row] < h) {
-                h = slack_[row];
-            }
-        }
+        double const h = foldKeysAndFindSmallest() - adjustmentTotal_;
         // Every working value is at most the largest reduced value plus the adjustments its row gained, and
-        // a step forms it minus one more adjustment: all stay exact while this sum does.
+        // a step forms it minus one more adjustment, or a key from it plus the total: all stay exact while
+        // this sum does.
         adjustmentTotal_ += h;
-        if (!(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
+        // h > 0 always: the pass before found no uncovered zero. Should that ever fail, the steps as they
+        // stand take over rather than adjusting by nothing for ever.
+        if (!(h > 0.0) || !(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
             return false;
         }
-        for (int row = 0; row < nOfRows_; ++row) {
-            if (coveredRow_[row]) {
-                rowAdded_[row] += h;
-            } else {
-                slack_[row] -= h;
-            }
+        for (int k = 0; k < nOfRowsAtSmallest_; ++k) {
+            collectNewZerosOfRow(rowsAtSmallest_[k]);
         }
-        for (int col = 0; col < nOfColumns_; ++col) {
-            if (!coveredColumn_[col]) {
-                columnSubtracted_[col] += h;
-            }
-        }
-        for (int row = 0; row < nOfRows_; ++row) {
-            if (!coveredRow_[row] && slack_[row] == 0.0) {
-                collectZerosOfRow(row, unstarredColumns_);
-                collectZerosOfRow(row, uncoveredStarredColumns_);
-            }
-        }
+        mergeNewZeros();
         return true;
     }
 
     double const* reduced_;
-    std::vector<double> reducedRows_;  // the same values, row-major, for the passes along one row
+    std::vector<std::vector<double>> const& rowMajor_;  // the caller's rows, for the passes along one row
+    std::vector<double> rowMinimum_;     // what the first reduction took from each row (0 if it took columns)
+    std::vector<double> columnMinimum_;  // and from each column (0 if it took rows)
     int nOfRows_;
     int nOfColumns_;
     double range_;
@@ -312,42 +415,96 @@ class ExactSteps {
     double adjustmentTotal_ = 0.0;  // sum of every adjustment so far
     int* starColumn_;
     std::vector<int> starRow_;
-    std::vector<double> rowAdded_;          // sum of the adjustments added to each row while covered
-    std::vector<double> columnSubtracted_;  // sum of the adjustments subtracted from each uncovered column
-    std::vector<double> slack_;             // per uncovered row: smallest value over the uncovered columns
-    std::vector<int> unstarredColumns_;     // columns never starred so far, ascending
+    std::vector<double> rowAdded_;          // per row: adjustments gained while covered in ended phases
+    std::vector<double> coveredAt_;         // per covered row: the adjustment total when it was covered
+    std::vector<double> columnSubtracted_;  // per column: adjustments lost while uncovered in ended phases
+    // Per uncovered column: columnSubtracted minus the adjustment total when it was uncovered, so that it
+    // has lost columnKey + total by now; a quiet NaN for a covered column, which equals nothing.
+    std::vector<double> columnKey_;
+    std::vector<double> slackKey_;     // per uncovered row: slack + adjustment total; +inf if covered
+    std::vector<int> rowsAtSmallest_;  // the rows holding the smallest key, ascending
+    int nOfRowsAtSmallest_ = 0;
+    std::vector<int> columnsScratch_;              // the columns in which a row holds new zeros
+    std::vector<int> unstarredColumns_;            // columns never starred so far, ascending
     std::vector<double> rowMinimumOverUnstarred_;  // per row: smallest reduced value over those columns
     std::vector<int> uncoveredStarredColumns_;     // starred columns uncovered in this phase
+    int nOfFoldedColumns_ = 0;                     // how many of them are in the keys
     std::vector<char> coveredRow_;
     std::vector<double> rowBlocked_;  // 0 for an uncovered row, +infinity for a covered one
     std::vector<char> coveredColumn_;
     std::vector<int> primeColumn_;  // the primed zero of each row in this phase (a row is primed once)
-    std::vector<std::vector<int>> zeroRows_;
-    std::vector<int> zeroScratch_;
-    std::vector<int> zeroHead_;
+    std::vector<std::vector<int>> zeroRows_;     // per column: rows holding a zero, ascending
+    std::vector<std::vector<int>> newZeroRows_;  // per column: the zeros the current adjustment creates
+    std::vector<int> columnsWithNewZeros_;
+    std::vector<int> mergedScratch_;
+    std::vector<int> zeroHead_;  // per column: where this phase's reading of its list stands
     ColumnSet withZeros_;
 };
 
-}  // namespace
+// The common case of exactRange: every finite element an integer below 2^52 in magnitude. Then the grid
+// exponent is the lowest set bit of all the magnitudes together. Returns false, leaving the outputs
+// unspecified, at the first element that is not such an integer.
+bool integerGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
+    double const limit = std::ldexp(1.0, 52);
+    std::uint64_t bits = 0;
+    double high = 0.0;
+    for (std::vector<double> const& row : rowMajor) {
+        // Rows of integers below 2^31 (the common case) are checked two values at a time.
+        std::uint32_t smallBits = 0;
+        if (smallIntegers(row.data(), static_cast<int>(row.size()), &smallBits, &high)) {
+            bits |= smallBits;
+            continue;
+        }
+        for (double const element : row) {
+            double const magnitude = std::fabs(element);
+            if (!(magnitude < limit)) {
+                if (element == std::numeric_limits<double>::infinity()) {
+                    continue;
+                }
+                return false;
+            }
+            auto const whole = static_cast<std::int64_t>(magnitude);
+            if (static_cast<double>(whole) != magnitude) {
+                return false;
+            }
+            bits |= static_cast<std::uint64_t>(whole);
+            high = magnitude > high ? magnitude : high;
+        }
+    }
+    *exponent = bits == 0 ? 0 : __builtin_ctzll(bits);
+    *largest = high;
+    return true;
+}
 
-double exactRange(std::vector<std::vector<double>> const& rowMajor) {
+// The grid exponent and largest finite magnitude of any matrix; false when the grid is finer than 2^-52.
+bool anyGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
     constexpr int kFinestExponent = -52;
-    int exponent = std::numeric_limits<int>::max();
-    double largest = 0.0;
+    int lowest = std::numeric_limits<int>::max();
+    double high = 0.0;
     for (std::vector<double> const& row : rowMajor) {
         for (double const element : row) {
             if (element == 0.0 || !std::isfinite(element)) {
                 continue;
             }
-            exponent = std::min(exponent, lowestBitExponent(element));
-            if (exponent < kFinestExponent) {
-                return 0.0;
+            lowest = std::min(lowest, lowestBitExponent(element));
+            if (lowest < kFinestExponent) {
+                return false;
             }
-            largest = std::max(largest, std::fabs(element));
+            high = std::max(high, std::fabs(element));
         }
     }
-    if (exponent == std::numeric_limits<int>::max()) {
-        exponent = 0;
+    *exponent = lowest == std::numeric_limits<int>::max() ? 0 : lowest;
+    *largest = high;
+    return true;
+}
+
+}  // namespace
+
+double exactRange(std::vector<std::vector<double>> const& rowMajor) {
+    int exponent = 0;
+    double largest = 0.0;
+    if (!integerGrid(rowMajor, &exponent, &largest) && !anyGrid(rowMajor, &exponent, &largest)) {
+        return 0.0;
     }
     // Largest exponents are about 971; 2^(52 + e) is then beyond the largest double and no matrix fits.
     if (exponent > 900) {
@@ -357,31 +514,22 @@ double exactRange(std::vector<std::vector<double>> const& rowMajor) {
     return 2.0 * largest < range ? range : 0.0;
 }
 
-bool continueStepsExactly(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn) {
-    return ExactSteps(reduced, nOfRows, nOfColumns, range, starColumn).run();
+bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
+                          double const* lineMinimum, int nOfRows, int nOfColumns, double range,
+                          int* starColumn) {
+    return ExactSteps(reduced, rowMajor, lineMinimum, nOfRows, nOfColumns, range, starColumn).run();
 }
 
-// When the first star pass stars at least this share (1 / divisor) of the lines, as on random integer
-// matrices, the steps as they stand need few augmentations and beat the incremental form, whose per-phase
-// bookkeeping costs more than their scans there; the route is for matrices such as products of indices,
-// on which the first pass stars almost nothing and the steps adjust the matrix O(n^2) times.
-constexpr int kFewStarsDivisor = 2;
-
-bool solveByExactSteps(double const* distMatrixIn, double range, int* assignment, int nOfRows,
-                       int nOfColumns) {
-    std::size_t const nOfElements = elementIndex(0, nOfColumns, nOfRows);
-    std::unique_ptr<double[]> distMatrix(new double[nOfElements]);
-    std::copy(distMatrixIn, distMatrixIn + nOfElements, distMatrix.get());
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
+                       int* assignment, int nOfRows, int nOfColumns) {
     std::unique_ptr<bool[]> covers(
         new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-    int const minDim = reduceAndStar(distMatrix.get(), assignment, covers.get(), covers.get() + nOfColumns,
-                                     nOfRows, nOfColumns);
-    int const nOfStars =
-        static_cast<int>(std::count_if(assignment, assignment + nOfRows, [](int col) { return col >= 0; }));
-    if (nOfStars >= minDim / kFewStarsDivisor) {
-        return false;
-    }
-    return continueStepsExactly(distMatrix.get(), nOfRows, nOfColumns, range, assignment);
+    std::unique_ptr<double[]> lineMinimum(
+        new double[static_cast<std::size_t>(std::min(nOfRows, nOfColumns))]);
+    reduceAndStar(distMatrix, assignment, covers.get(), covers.get() + nOfColumns, nOfRows, nOfColumns,
+                  lineMinimum.get());
+    return continueStepsExactly(distMatrix, rowMajor, lineMinimum.get(), nOfRows, nOfColumns, range,
+                                assignment);
 }
 
 }  // namespace Kestrel::assignment

@@ -18,20 +18,24 @@ namespace Kestrel::assignment {
 double exactRange(std::vector<std::vector<double>> const& rowMajor);
 
 // Continues the steps after the first reduction and star pass: `reduced` is the column-major working
-// matrix at that point, starColumn[row] the column of each row's star (-1 for none). Requires a range from
-// exactRange for the unreduced matrix and a matrix that admits min(rows, columns) pairs on finite elements.
+// matrix at that point, rowMajor the caller's matrix, lineMinimum the minima the first reduction subtracted
+// (one per row when rows <= columns, else one per column), starColumn[row] the column of each row's star
+// (-1 for none). Requires a range from exactRange for rowMajor and a matrix that admits min(rows, columns)
+// pairs on finite elements.
 // Returns true with starColumn holding the final star of each row (the steps' assignment), or false, with
 // starColumn in an unspecified state, when the adjustments would leave the exact range (the ordinary steps
 // must then run).
-bool continueStepsExactly(double const* reduced, int nOfRows, int nOfColumns, double range, int* starColumn);
+bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
+                          double const* lineMinimum, int nOfRows, int nOfColumns, double range,
+                          int* starColumn);
 
-// The whole route: a working copy, the first reduction and star pass, and the incremental steps.
-// distMatrixIn is the caller's matrix in column-major order, which must admit min(rows, columns) pairs on
-// finite elements, and range its exactRange (> 0). Returns true with assignment[row] the column of each row
-// (-1 for none), which is what the Munkres steps return for this matrix; false, leaving assignment
-// unspecified, when the first star pass already stars half the lines or more (the steps as they stand are
-// faster then) or when the values leave the exact range on the way.
-bool solveByExactSteps(double const* distMatrixIn, double range, int* assignment, int nOfRows,
-                       int nOfColumns);
+// The whole route: the first reduction and star pass, done in place, and the incremental steps.
+// rowMajor is the caller's matrix and distMatrix the same in column-major order, which must admit min(rows,
+// columns) pairs on finite elements, and range its exactRange (> 0); the route leaves the reduced matrix in
+// it. Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres steps
+// return for this matrix; false, leaving assignment unspecified, when the values would leave the exact range
+// on the way.
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
+                       int* assignment, int nOfRows, int nOfColumns);
 
 }  // namespace Kestrel::assignment

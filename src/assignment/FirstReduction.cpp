@@ -5,6 +5,7 @@
 #include "LineScans.h"
 #include "MatrixCheck.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
@@ -16,8 +17,8 @@ namespace {
 // Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
 // the lowest uncovered column holding a zero; the starred columns end up covered. starColumn receives the
 // star's column per row (-1 for none). +infinity elements stay +infinity and are never zero.
-void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows,
-                       int nOfColumns) {
+void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows, int nOfColumns,
+                       double* lineMinimum) {
     std::unique_ptr<double[]> rowMinimum(new double[static_cast<std::size_t>(nOfRows)]);
     for (int row = 0; row < nOfRows; ++row) {
         rowMinimum[row] = distMatrix[row];
@@ -31,6 +32,9 @@ void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns
         for (int row = 0; row < nOfRows; ++row) {
             column[row] -= rowMinimum[row];
         }
+    }
+    if (lineMinimum != nullptr) {
+        std::copy(rowMinimum.get(), rowMinimum.get() + nOfRows, lineMinimum);
     }
     for (int row = 0; row < nOfRows; ++row) {
         starColumn[row] = -1;
@@ -49,7 +53,7 @@ void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns
 // lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again.
 // starColumn is filled as by reduceRowsAndStar.
 void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows,
-                          int nOfRows, int nOfColumns) {
+                          int nOfRows, int nOfColumns, double* lineMinimum) {
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
         double minValue = column[0];
@@ -60,6 +64,9 @@ void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColu
         }
         for (int row = 0; row < nOfRows; ++row) {
             column[row] -= minValue;
+        }
+        if (lineMinimum != nullptr) {
+            lineMinimum[col] = minValue;
         }
     }
     for (int row = 0; row < nOfRows; ++row) {
@@ -83,12 +90,13 @@ void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColu
 }  // namespace
 
 int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows, int nOfRows,
-                  int nOfColumns) {
+                  int nOfColumns, double* lineMinimum) {
     if (nOfRows <= nOfColumns) {
-        reduceRowsAndStar(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns);
+        reduceRowsAndStar(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns, lineMinimum);
         return nOfRows;
     }
-    reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns);
+    reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns,
+                         lineMinimum);
     return nOfColumns;
 }
 

@@ -86,31 +86,37 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     double cost = 0.0;
 
     // A matrix that is not taller than wide hands its rows to the unique-optimum proof directly; the
-    // column-major copy is made only when another route runs. When the proof does not apply, integer-like
-    // matrices (ties are common there) take the exact steps. The cost adds the same cells in the same row
-    // order as computeassignmentcost, read from the caller's rows (every row is assigned).
+    // column-major copy is made only when another route runs. When the proof does not apply, matrices on
+    // which every value of the steps is exact (integers are the common case, and ties are common there)
+    // take the exact steps, which reduce the copy in place; should they leave the exact range, the copy is
+    // made again for the steps as they stand. A fast route's cost adds the same cells in the same row
+    // order as computeassignmentcost, read from the caller's rows.
     bool const wide = nOfRows <= nOfColumns;
-    if (allowFastRoutes && wide &&
-        findUniqueOptimum(DistMatrix, nullptr, shape, assignment.get()) == UniqueOptimumOutcome::Proved) {
-        for (int row = 0; row < nOfRows; ++row) {
-            cost += DistMatrix[row][assignment[row]];
-        }
-        Assignment.assign(assignment.get(), assignment.get() + nOfRows);
-        return cost;
+    bool solvedFast =
+        allowFastRoutes && wide &&
+        findUniqueOptimum(DistMatrix, nullptr, shape, assignment.get()) == UniqueOptimumOutcome::Proved;
+    std::unique_ptr<double[]> distMatrixIn;
+    if (!solvedFast) {
+        distMatrixIn.reset(new double[elementIndex(0, nOfColumns, nOfRows)]);
+        copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
+        solvedFast = allowFastRoutes && !wide &&
+                     findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+                         UniqueOptimumOutcome::Proved;
     }
-
-    std::unique_ptr<double[]> distMatrixIn(new double[elementIndex(0, nOfColumns, nOfRows)]);
-    copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
-    bool solvedFast = allowFastRoutes && !wide &&
-                      findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
-                          UniqueOptimumOutcome::Proved;
     double const range = allowFastRoutes && !solvedFast ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
     if (range > 0.0) {
-        solvedFast = Kestrel::assignment::solveByExactSteps(distMatrixIn.get(), range, assignment.get(),
-                                                            nOfRows, nOfColumns);
+        solvedFast = Kestrel::assignment::solveByExactSteps(DistMatrix, distMatrixIn.get(), range,
+                                                            assignment.get(), nOfRows, nOfColumns);
+        if (!solvedFast) {
+            copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
+        }
     }
     if (solvedFast) {
-        computeassignmentcost(assignment.get(), &cost, distMatrixIn.get(), nOfRows);
+        for (int row = 0; row < nOfRows; ++row) {
+            if (assignment[row] >= 0) {
+                cost += DistMatrix[row][assignment[row]];
+            }
+        }
     } else {
         assignmentoptimal(assignment.get(), &cost, distMatrixIn.get(), nOfRows, nOfColumns);
     }

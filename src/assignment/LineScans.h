@@ -4,6 +4,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "InstructionSets.h"
 
@@ -118,6 +121,177 @@ inline void scanReducedCosts(double const* cost, double const* columnDual, doubl
     }
     *lowest = low;
     *nBelow = below;
+}
+
+// For k in [0, n): keys[k] = candidate < keys[k] ? candidate : keys[k], with the candidate
+// (((column[k] + added[k]) - subtracted) + blocked[k]) + total. Returns the smallest of the resulting keys
+// (+infinity for n = 0); the smallest of a set does not depend on the order in which it is taken.
+inline double lowerKeysByColumn(double* keys, double const* column, double const* added,
+                                double const* blocked, double subtracted, double total, int n) {
+    double smallest = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const subtracteds = _mm_set1_pd(subtracted);
+    __m128d const totals = _mm_set1_pd(total);
+    __m128d smallests = _mm_set1_pd(smallest);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const candidate = _mm_add_pd(
+            _mm_add_pd(_mm_sub_pd(_mm_add_pd(_mm_loadu_pd(column + k), _mm_loadu_pd(added + k)), subtracteds),
+                       _mm_loadu_pd(blocked + k)),
+            totals);
+        __m128d const key = _mm_min_pd(candidate, _mm_loadu_pd(keys + k));
+        _mm_storeu_pd(keys + k, key);
+        smallests = _mm_min_pd(key, smallests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, smallests);
+    smallest = std::min(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        double const candidate = (((column[k] + added[k]) - subtracted) + blocked[k]) + total;
+        keys[k] = candidate < keys[k] ? candidate : keys[k];
+        smallest = keys[k] < smallest ? keys[k] : smallest;
+    }
+    return smallest;
+}
+
+// Smallest of values[0 .. n), +infinity for n = 0.
+inline double smallestValue(double const* values, int n) {
+    double smallest = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d smallests = _mm_set1_pd(smallest);
+    for (; k + 2 <= n; k += 2) {
+        smallests = _mm_min_pd(_mm_loadu_pd(values + k), smallests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, smallests);
+    smallest = std::min(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        smallest = values[k] < smallest ? values[k] : smallest;
+    }
+    return smallest;
+}
+
+#if KESTREL_USE_SSE2
+// Appends k and k + 1 to positions[0 .. count) as the two bits of a comparison mask say; returns the count.
+inline int appendPairPositions(int mask, int k, int* positions, int count) {
+    positions[count] = k;
+    count += mask & 1;
+    positions[count] = k + 1;
+    return count + (mask >> 1);
+}
+#endif
+
+// Writes to positions, in ascending order, every k in [0, n) with values[k] == target; returns how many.
+inline int positionsOfValue(double const* values, int n, double target, int* positions) {
+    int count = 0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const targets = _mm_set1_pd(target);
+    for (; k + 2 <= n; k += 2) {
+        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
+        count = appendPairPositions(mask, k, positions, count);
+    }
+#endif
+    for (; k < n; ++k) {
+        positions[count] = k;
+        count += values[k] == target ? 1 : 0;
+    }
+    return count;
+}
+
+// Writes to positions, in ascending order, every k in [0, n) with
+// ((values[k] - shift) - shifts[k]) + added == keys[k] + total; returns how many. A NaN key matches nothing.
+inline int positionsOfMatches(double const* values, double shift, double const* shifts, double added,
+                              double const* keys, double total, int n, int* positions) {
+    int count = 0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const shiftss = _mm_set1_pd(shift);
+    __m128d const addeds = _mm_set1_pd(added);
+    __m128d const totals = _mm_set1_pd(total);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const left = _mm_add_pd(
+            _mm_sub_pd(_mm_sub_pd(_mm_loadu_pd(values + k), shiftss), _mm_loadu_pd(shifts + k)), addeds);
+        __m128d const right = _mm_add_pd(_mm_loadu_pd(keys + k), totals);
+        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(left, right));
+        count = appendPairPositions(mask, k, positions, count);
+    }
+#endif
+    for (; k < n; ++k) {
+        positions[count] = k;
+        count += ((values[k] - shift) - shifts[k]) + added == keys[k] + total ? 1 : 0;
+    }
+    return count;
+}
+
+// Largest of values[0 .. n) below +infinity, all values >= 0; 0 when there is none.
+inline double largestFinite(double const* values, int n) {
+    double const inf = std::numeric_limits<double>::infinity();
+    double largest = 0.0;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const infs = _mm_set1_pd(inf);
+    __m128d largests = _mm_setzero_pd();
+    for (; k + 2 <= n; k += 2) {
+        __m128d const value = _mm_loadu_pd(values + k);
+        largests = _mm_max_pd(_mm_and_pd(_mm_cmplt_pd(value, infs), value), largests);
+    }
+    double pair[2];
+    _mm_storeu_pd(pair, largests);
+    largest = std::max(pair[0], pair[1]);
+#endif
+    for (; k < n; ++k) {
+        double const finite = values[k] < inf ? values[k] : 0.0;
+        largest = finite > largest ? finite : largest;
+    }
+    return largest;
+}
+
+// True when every values[k], k in [0, n), is an integer of magnitude below 2^31; then ORs the magnitudes
+// into *bits and raises *largest to the largest magnitude. False, leaving both unspecified, otherwise.
+inline bool smallIntegers(double const* values, int n, std::uint32_t* bits, double* largest) {
+    double const limit = 2147483648.0;
+    std::uint32_t ored = 0;
+    double high = 0.0;
+    bool integers = true;
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const signs = _mm_set1_pd(-0.0);
+    __m128d const limits = _mm_set1_pd(limit);
+    __m128d all = _mm_castsi128_pd(_mm_set1_epi32(-1));
+    __m128i ors = _mm_setzero_si128();
+    __m128d highs = _mm_setzero_pd();
+    for (; k + 2 <= n; k += 2) {
+        __m128d const magnitude = _mm_andnot_pd(signs, _mm_loadu_pd(values + k));
+        __m128i const whole = _mm_cvttpd_epi32(magnitude);
+        __m128d const exact = _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), magnitude);
+        all = _mm_and_pd(all, _mm_and_pd(exact, _mm_cmplt_pd(magnitude, limits)));
+        ors = _mm_or_si128(ors, whole);
+        highs = _mm_max_pd(magnitude, highs);
+    }
+    integers = _mm_movemask_pd(all) == 3;
+    std::uint32_t lanes[4];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes), ors);
+    ored = lanes[0] | lanes[1];
+    double pair[2];
+    _mm_storeu_pd(pair, highs);
+    high = std::max(pair[0], pair[1]);
+#endif
+    for (; k < n && integers; ++k) {
+        double const magnitude = std::fabs(values[k]);
+        integers =
+            magnitude < limit && static_cast<double>(static_cast<std::uint32_t>(magnitude)) == magnitude;
+        ored |= integers ? static_cast<std::uint32_t>(magnitude) : 0u;
+        high = magnitude > high ? magnitude : high;
+    }
+    if (integers) {
+        *bits |= ored;
+        *largest = std::max(*largest, high);
+    }
+    return integers;
 }
 
 }  // namespace Kestrel::assignment

@@ -15,26 +15,34 @@
 namespace Kestrel::assignment {
 namespace {
 
-// Lowers the distance of every open column reachable more cheaply through `row`. Scanned columns carry
-// +infinity in `blocked`, so their candidate never wins. The loop has no branches; with SSE2 (every x86-64
-// processor) two columns go per instruction, with the same operations in the same order as the plain loop.
-void relaxFromRow(double const* cost, double offset, double row, double const* v, double const* blocked,
-                  double* distance, double* reachedFrom, int nCols) {
+// Lowers the distance of every open column reachable more cheaply through `row` and returns the smallest
+// distance among the open columns (distance + blocked) afterwards. Scanned columns carry +infinity in
+// `blocked`, so their candidate never wins and they never hold the smallest. The loop has no branches;
+// with SSE2 (every x86-64 processor) two columns go per instruction, with the same operations in the same
+// order as the plain loop (the smallest of a set does not depend on the order in which it is taken).
+double relaxFromRow(double const* cost, double offset, double row, double const* v, double const* blocked,
+                    double* distance, double* reachedFrom, int nCols) {
+    double lowest = std::numeric_limits<double>::infinity();
     int col = 0;
 #if KESTREL_USE_SSE2
     __m128d const offsets = _mm_set1_pd(offset);
     __m128d const rows = _mm_set1_pd(row);
+    __m128d lowests = _mm_set1_pd(lowest);
     for (; col + 2 <= nCols; col += 2) {
-        __m128d const candidate =
-            _mm_add_pd(_mm_sub_pd(_mm_add_pd(offsets, _mm_loadu_pd(cost + col)), _mm_loadu_pd(v + col)),
-                       _mm_loadu_pd(blocked + col));
+        __m128d const blocks = _mm_loadu_pd(blocked + col);
+        __m128d const candidate = _mm_add_pd(
+            _mm_sub_pd(_mm_add_pd(offsets, _mm_loadu_pd(cost + col)), _mm_loadu_pd(v + col)), blocks);
         __m128d const current = _mm_loadu_pd(distance + col);
         __m128d const better = _mm_cmplt_pd(candidate, current);
-        _mm_storeu_pd(distance + col,
-                      _mm_or_pd(_mm_and_pd(better, candidate), _mm_andnot_pd(better, current)));
+        __m128d const updated = _mm_or_pd(_mm_and_pd(better, candidate), _mm_andnot_pd(better, current));
+        _mm_storeu_pd(distance + col, updated);
         __m128d const from = _mm_loadu_pd(reachedFrom + col);
         _mm_storeu_pd(reachedFrom + col, _mm_or_pd(_mm_and_pd(better, rows), _mm_andnot_pd(better, from)));
+        lowests = _mm_min_pd(_mm_add_pd(updated, blocks), lowests);
     }
+    double pair[2];
+    _mm_storeu_pd(pair, lowests);
+    lowest = std::min(pair[0], pair[1]);
 #endif
     for (; col < nCols; ++col) {
         double const candidate = ((offset + cost[col]) - v[col]) + blocked[col];
@@ -42,23 +50,6 @@ void relaxFromRow(double const* cost, double offset, double row, double const* v
             distance[col] = candidate;
             reachedFrom[col] = row;
         }
-    }
-}
-
-// Smallest distance among the open columns (distance + blocked), two columns per instruction with SSE2.
-double lowestOpenDistance(double const* distance, double const* blocked, int nCols) {
-    double lowest = std::numeric_limits<double>::infinity();
-    int col = 0;
-#if KESTREL_USE_SSE2
-    __m128d lanes = _mm_set1_pd(lowest);
-    for (; col + 2 <= nCols; col += 2) {
-        lanes = _mm_min_pd(_mm_add_pd(_mm_loadu_pd(distance + col), _mm_loadu_pd(blocked + col)), lanes);
-    }
-    double pair[2];
-    _mm_storeu_pd(pair, lanes);
-    lowest = std::min(pair[0], pair[1]);
-#endif
-    for (; col < nCols; ++col) {
         lowest = std::min(lowest, distance[col] + blocked[col]);
     }
     return lowest;
@@ -134,9 +125,9 @@ std::optional<DualSolution> solveByShortestAugmentingPaths(double const* const* 
         int sink = -1;
         while (sink < 0) {
             visitedRows.push_back(row);
-            relaxFromRow(rows[row], reached - u[row], static_cast<double>(row), v.data(), blocked.data(),
-                         distance.data(), reachedFrom.data(), nCols);
-            double const lowest = lowestOpenDistance(distance.data(), blocked.data(), nCols);
+            double const lowest =
+                relaxFromRow(rows[row], reached - u[row], static_cast<double>(row), v.data(), blocked.data(),
+                             distance.data(), reachedFrom.data(), nCols);
             if (!(lowest < infinity)) {
                 return std::nullopt;
             }

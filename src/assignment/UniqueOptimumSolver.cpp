@@ -41,10 +41,17 @@
 //    bound that every working value stays below (K + 1) (R + B) and every rounding below DBL_EPSILON times
 //    1.5 such values.
 //
+// (3) Exact matrices. When every finite cost is a multiple of one power of two 2^e with e >= -52 and
+//    (2 K + 1) R < 2^(52 + e) (the bound of exactRange), B = 0 above: the working values start in [0, R],
+//    H <= K R, and every value the steps form stays below R + 2 H, so every one of them is exact, and a
+//    non-zero working value is at least 2^e >= DBL_EPSILON, so the zero test finds exact zeros only. Then
+//    E = 0 and the steps' result has working value 0 on each of its cells: it is an exact optimum, Z = 0.
+//
 // With theta - m * (delta0 + mu + 2 * delta) above that bound on Z, any other assignment costs more than
 // the steps' result can exceed the optimum, so the steps return s.
 #include "UniqueOptimumSolver.h"
 
+#include "ExactMunkresSteps.h"
 #include "LineScans.h"
 #include "NearOptimumSearch.h"
 #include "ShortestAugmentingPath.h"
@@ -166,6 +173,13 @@ double stepsSlack(double m, LineSummary const& summary, double G_s, double K) {
     double const a = (1.01 * kEps * S + 0.5 * kEps) / shrink;
     // The last factor covers the rounding of this very computation.
     return (m * kEps + 2.0 * E_s) / (1.0 - a) * 1.01;
+}
+
+// Part (3): whether every value the steps form is exact. The span R is exact on the grid, and the factor
+// covers the rounding of the product.
+bool stepsAreExact(std::vector<std::vector<double>> const& rowMajor, LineSummary const& summary, double K) {
+    double const range = exactRange(rowMajor);
+    return range > 0.0 && (2.0 * K + 1.0) * summary.R * (1.0 + 1e-9) < range;
 }
 
 // Part (1): the rounding of reduced costs (delta), the allowance for negative computed ones (delta0) and the
@@ -356,7 +370,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     // G_s, enlarged by the rounding of the two sums of m terms that form it.
     double const G_s =
         std::max(0.0, costOfS - summary->L0) + 2.0 * m * kEps * (magnitudeOfS + summary->L0Magnitude) + kTiny;
-    double const Z = stepsSlack(m, *summary, G_s, K);
+    double const Z = stepsAreExact(rowMajor, *summary, K) ? 0.0 : stepsSlack(m, *summary, G_s, K);
     Margin const margin = marginFor(side, *summary, solution, Z);
     std::optional<std::vector<NearTightEdge>> const edges = collectNearTightEdges(side, solution, margin);
     if (!edges || anotherAssignmentWithin(

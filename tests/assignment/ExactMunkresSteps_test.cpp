@@ -2,6 +2,7 @@
 // and the library's steps as they stand, bit for bit.
 #include <Kestrel/HungarianAlgorithm.h>
 
+#include "CerrCapture.h"
 #include "ExactMunkresSteps.h"
 #include "FirstReduction.h"
 #include "HungarianAlgorithmInternals.h"
@@ -9,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
@@ -47,21 +50,22 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
     std::vector<int> assignment(nRows);
     std::vector<char> covers(nRows + nCols, 0);
     bool* coveredColumns = reinterpret_cast<bool*>(covers.data());
+    std::vector<double> lineMinimum(std::min(nRows, nCols));
     Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns,
-                                       coveredColumns + nCols, nRows, nCols);
-    bool const solved =
-        Kestrel::assignment::continueStepsExactly(values.data(), nRows, nCols, range, assignment.data());
+                                       coveredColumns + nCols, nRows, nCols, lineMinimum.data());
+    bool const solved = Kestrel::assignment::continueStepsExactly(values.data(), matrix, lineMinimum.data(),
+                                                                  nRows, nCols, range, assignment.data());
     return solved ? assignment : std::vector<int>();
 }
 
 // The whole route as Solve calls it.
 bool routeTakesIt(Matrix const& matrix) {
-    std::vector<double> const values = columnMajor(matrix);
+    std::vector<double> values = columnMajor(matrix);
     std::vector<int> assignment(matrix.size());
     double const range = Kestrel::assignment::exactRange(matrix);
-    return range > 0.0 && Kestrel::assignment::solveByExactSteps(values.data(), range, assignment.data(),
-                                                                 static_cast<int>(matrix.size()),
-                                                                 static_cast<int>(matrix.front().size()));
+    return range > 0.0 && Kestrel::assignment::solveByExactSteps(
+                              matrix, values.data(), range, assignment.data(),
+                              static_cast<int>(matrix.size()), static_cast<int>(matrix.front().size()));
 }
 
 // Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.
@@ -157,9 +161,9 @@ TEST(ExactMunkresSteps, AdjustmentsLeavingTheExactRangeAreDeclined) {
     EXPECT_EQ(cost, expected.cost);
 }
 
-// The route serves matrices whose first star pass stars fewer than half the lines (products of indices)
-// and leaves the others, where the steps as they stand are faster, to them.
-TEST(ExactMunkresSteps, RouteTakesOnlyMatricesWithFewFirstStars) {
+// The route serves every matrix on a grid, whether its first star pass stars almost nothing (products of
+// indices) or most lines (random digits).
+TEST(ExactMunkresSteps, RouteTakesMatricesWithFewAndWithManyFirstStars) {
     int const n = 40;
     Matrix products(n, std::vector<double>(n));
     Matrix digits(n, std::vector<double>(n));
@@ -170,11 +174,86 @@ TEST(ExactMunkresSteps, RouteTakesOnlyMatricesWithFewFirstStars) {
             digits[row][col] = static_cast<double>(engine() % 10);
         }
     }
-    EXPECT_TRUE(routeTakesIt(products));
-    EXPECT_FALSE(routeTakesIt(digits));
-    std::vector<int> assignment;
-    HungarianAlgorithm().Solve(products, assignment);
-    EXPECT_EQ(assignment, ReferenceMunkres::solveByMunkresSteps(products).assignment);
+    for (Matrix* matrix : {&products, &digits}) {
+        EXPECT_TRUE(routeTakesIt(*matrix));
+        std::vector<int> assignment;
+        HungarianAlgorithm().Solve(*matrix, assignment);
+        EXPECT_EQ(assignment, ReferenceMunkres::solveByMunkresSteps(*matrix).assignment);
+    }
+}
+
+// Larger integer matrices of every class, square, wide and tall, some with forbidden pairs: Solve takes
+// the exact route and returns the steps' assignment and cost bit for bit.
+TEST(ExactMunkresSteps, LargerIntegerMatricesMatchTheStepsBitForBit) {
+    std::mt19937 engine(31);
+    int const ranges[][2] = {{0, 9}, {1, 100}, {0, 999}, {-50, 50}};
+    int const shapes[][2] = {{120, 120}, {80, 160}, {160, 80}, {150, 150}};
+    for (int trial = 0; trial < 24; ++trial) {
+        auto const& range = ranges[trial % 4];
+        auto const& shape = shapes[(trial / 4) % 4];
+        Matrix matrix =
+            integerMatrix(engine, shape[0], shape[1], range[0], range[1], trial % 3 == 2 ? 0.4 : 0.0);
+        ASSERT_FALSE(exactAssignment(matrix).empty()) << "trial " << trial;
+        std::vector<int> fast;
+        std::vector<int> steps;
+        CerrCapture const negativeElementMessages;
+        double const fastCost = HungarianAlgorithm().Solve(matrix, fast);
+        double const stepsCost = HungarianAlgorithmInternals::solveByMunkresSteps(matrix, steps);
+        ASSERT_EQ(fast, steps) << "trial " << trial;
+        ASSERT_EQ(std::memcmp(&fastCost, &stepsCost, sizeof(double)), 0) << "trial " << trial;
+    }
+}
+
+// Small integers among integers of about 1.75 * 2^50, with a 1 that keeps the grid at the integers: the
+// elements qualify (twice the largest stays below 2^52), but where small values collide the adjustments
+// approach the large ones and the working values would pass 2^52, so the route must decline. Both kinds
+// occur, and Solve returns the reference steps' result on every matrix.
+TEST(ExactMunkresSteps, HugeIntegersNearTheBoundDeclineOrMatchTheReference) {
+    std::mt19937_64 engine(8);
+    int nDeclined = 0;
+    int nTaken = 0;
+    for (int trial = 0; trial < 300; ++trial) {
+        int const nRows = 2 + static_cast<int>(engine() % 7);
+        int const nCols = 2 + static_cast<int>(engine() % 7);
+        double const large = 1.75 * std::ldexp(1.0, 50);
+        Matrix matrix(nRows, std::vector<double>(nCols));
+        for (auto& row : matrix) {
+            for (double& element : row) {
+                element = engine() % 3 == 0 ? static_cast<double>(engine() % 10)
+                                            : large + static_cast<double>(engine() % 1000);
+            }
+        }
+        matrix[0][0] = 1.0;
+        ASSERT_GT(rangeOf(matrix), 0.0) << "trial " << trial;
+        (exactAssignment(matrix).empty() ? nDeclined : nTaken) += 1;
+        std::vector<int> assignment;
+        double const cost = HungarianAlgorithm().Solve(matrix, assignment);
+        ReferenceMunkres::Result const expected = ReferenceMunkres::solveByMunkresSteps(matrix);
+        ASSERT_EQ(assignment, expected.assignment) << "trial " << trial;
+        ASSERT_EQ(std::memcmp(&cost, &expected.cost, sizeof(double)), 0) << "trial " << trial;
+    }
+    EXPECT_GT(nDeclined, 0);
+    EXPECT_GT(nTaken, 0);
+}
+
+// Products of indices make the steps adjust the matrix n(n - 1)/2 times; rectangular ones and ones with
+// an offset as well, against the library's steps.
+TEST(ExactMunkresSteps, RectangularProductsOfIndicesMatchTheSteps) {
+    int const shapes[][2] = {{60, 60}, {40, 90}, {90, 40}, {75, 75}};
+    for (int offset = 0; offset < 2; ++offset) {
+        for (auto const& shape : shapes) {
+            Matrix matrix(shape[0], std::vector<double>(shape[1]));
+            for (int row = 0; row < shape[0]; ++row) {
+                for (int col = 0; col < shape[1]; ++col) {
+                    matrix[row][col] = static_cast<double>((row + offset) * (col + offset));
+                }
+            }
+            std::vector<int> steps;
+            HungarianAlgorithmInternals::solveByMunkresSteps(matrix, steps);
+            ASSERT_EQ(exactAssignment(matrix), steps)
+                << shape[0] << " x " << shape[1] << ", offset " << offset;
+        }
+    }
 }
 
 }  // namespace

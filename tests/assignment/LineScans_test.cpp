@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <vector>
@@ -67,6 +68,101 @@ TEST(LineScans, NonFiniteValueIsFoundAtEveryPosition) {
                 std::vector<double> withBad = line;
                 withBad[at] = value;
                 EXPECT_FALSE(allFinite(withBad.data(), n)) << n << " " << at;
+            }
+        }
+    }
+}
+
+// The passes of the exact steps against plain loops, bit for bit, for every length (with and without the
+// paired part), with +infinity values and NaN keys among them.
+TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
+    std::mt19937 engine(9);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 40; ++n) {
+        std::vector<double> column = randomLine(engine, n);
+        std::vector<double> const added = randomLine(engine, n);
+        std::vector<double> blocked(n, 0.0);
+        std::vector<double> keys = randomLine(engine, n);
+        for (int k = 0; k < n; ++k) {
+            column[k] = k % 7 == 3 ? inf : column[k];
+            blocked[k] = k % 5 == 1 ? inf : 0.0;
+            keys[k] = k % 9 == 4 ? inf : keys[k] + 2.0;
+        }
+        std::vector<double> expectedKeys = keys;
+        double expectedSmallest = inf;
+        for (int k = 0; k < n; ++k) {
+            double const candidate = (((column[k] + added[k]) - 0.5) + blocked[k]) + 1.25;
+            expectedKeys[k] = candidate < expectedKeys[k] ? candidate : expectedKeys[k];
+            expectedSmallest = std::min(expectedSmallest, expectedKeys[k]);
+        }
+        std::vector<double> nonNegative(n);
+        double expectedLargest = 0.0;
+        for (int k = 0; k < n; ++k) {
+            nonNegative[k] = column[k] < inf ? std::fabs(column[k]) : inf;
+            expectedLargest =
+                nonNegative[k] < inf ? std::max(expectedLargest, nonNegative[k]) : expectedLargest;
+        }
+        EXPECT_EQ(largestFinite(nonNegative.data(), n), expectedLargest) << n;
+        double const smallest =
+            lowerKeysByColumn(keys.data(), column.data(), added.data(), blocked.data(), 0.5, 1.25, n);
+        EXPECT_EQ(keys, expectedKeys) << n;
+        EXPECT_EQ(smallest, expectedSmallest) << n;
+        EXPECT_EQ(smallestValue(keys.data(), n), expectedSmallest) << n;
+
+        std::vector<int> expectedPositions;
+        for (int k = 0; k < n; ++k) {
+            if (keys[k] == smallest) {
+                expectedPositions.push_back(k);
+            }
+        }
+        std::vector<int> positions(n + 1);
+        positions.resize(positionsOfValue(keys.data(), n, smallest, positions.data()));
+        EXPECT_EQ(positions, expectedPositions) << n;
+
+        std::vector<double> const values = randomLine(engine, n);
+        std::vector<double> const shifts = randomLine(engine, n);
+        std::vector<double> columnKeys(n);
+        expectedPositions.clear();
+        for (int k = 0; k < n; ++k) {
+            double const left = ((values[k] - 0.25) - shifts[k]) + 0.75;
+            // About half of the keys match; every third is NaN and matches nothing.
+            columnKeys[k] = k % 3 == 0 ? std::nan("") : (k % 2 == 0 ? left - 1.0 : left - 1.5);
+            if (k % 3 != 0 && k % 2 == 0) {
+                expectedPositions.push_back(k);
+            }
+        }
+        positions.assign(n + 1, -1);
+        positions.resize(positionsOfMatches(values.data(), 0.25, shifts.data(), 0.75, columnKeys.data(), 1.0,
+                                            n, positions.data()));
+        EXPECT_EQ(positions, expectedPositions) << n;
+    }
+}
+
+// The integer test against a plain loop: lines of integers (with signs) below 2^31 pass with the OR of
+// their magnitudes and the largest one; a fraction, 2^31 or an infinity anywhere makes the line fail.
+TEST(LineScans, SmallIntegerLinesMatchPlainLoopsForEveryLength) {
+    std::mt19937 engine(12);
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> line(n);
+        std::uint32_t expectedBits = 0;
+        double expectedLargest = 0.0;
+        for (double& value : line) {
+            std::uint32_t const magnitude =
+                static_cast<std::uint32_t>(engine() % 2147483648u) >> (engine() % 31);
+            value = (engine() % 2 == 0 ? -1.0 : 1.0) * static_cast<double>(magnitude);
+            expectedBits |= magnitude;
+            expectedLargest = std::max(expectedLargest, static_cast<double>(magnitude));
+        }
+        std::uint32_t bits = 0;
+        double largest = 0.0;
+        ASSERT_TRUE(smallIntegers(line.data(), n, &bits, &largest)) << n;
+        EXPECT_EQ(bits, expectedBits) << n;
+        EXPECT_EQ(largest, expectedLargest) << n;
+        for (int position = 0; position < n; ++position) {
+            for (double const bad : {0.5, 2147483648.0, std::numeric_limits<double>::infinity()}) {
+                std::vector<double> spoiled = line;
+                spoiled[position] = bad;
+                EXPECT_FALSE(smallIntegers(spoiled.data(), n, &bits, &largest)) << n << " at " << position;
             }
         }
     }

@@ -1,10 +1,11 @@
 // Products c[i][j] = (i + a)(j + a) once took the Munkres steps minutes at n = 2000: the uniqueness
-// proof's margin grows with n^5 times the costs' scale and gives up from about n = 1680, and the steps
-// then adjust the matrix n(n - 1)/2 times. They now take the exact route there. The optimum is known: by
-// the rearrangement inequality the reversed pairing j = n - 1 - i is the only cheapest assignment, so the
-// steps must return it. The exact route is O(n^3) on them (tens of seconds at n = 2000), so the suite runs
-// n / 4 by default and the full sizes when KESTREL_LARGE_STRUCTURED_MATRICES is set; builds without NDEBUG
-// or with AddressSanitizer use n / 16. One product matrix of the full n = 2000 runs in every optimised build.
+// proof's rounding allowance for the steps grows with n^5 times the costs' scale and gave up from about
+// n = 1680, and the steps then adjust the matrix n(n - 1)/2 times. On integers the steps compute exactly,
+// so the proof needs no such allowance and applies at every size. The optimum is known: by the
+// rearrangement inequality the reversed pairing j = n - 1 - i is the only cheapest assignment, so the steps
+// must return it. The suite runs n / 4 by default and the full sizes when KESTREL_LARGE_STRUCTURED_MATRICES
+// is set; builds without NDEBUG or with AddressSanitizer use n / 16. One product matrix of the full
+// n = 2000 runs in every optimised build (seconds).
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include <gtest/gtest.h>
