@@ -27,12 +27,18 @@ constexpr int kRetryGrowth = 4;
 // costs about a scheduling period of the operating system: it is not tried on a team again.
 constexpr double kLeastRetriedWork = 1e-3;
 
-// For this long after a team round of at least kLeastRetriedWork that did not pay anywhere in the process
-// (and no such round paid since), new sequences of rounds start on the calling thread: a host that calls
-// the library again and again on a busy machine does not pay for a first team round every time.
+// For this long after kUnpaidRoundsForVerdict team rounds in a row of at least kLeastRetriedWork did not
+// pay anywhere in the process (and no such round paid since), new sequences of rounds start on the calling
+// thread: a host that calls the library again and again on a busy machine does not pay for a first team
+// round every time. One unpaid round alone says little: on an idle machine a helper is now and then woken
+// late, and a verdict after every such round would keep calls alone for a second each time.
 constexpr std::chrono::steady_clock::duration kVerdictLifetime = std::chrono::seconds(1);
+constexpr int kUnpaidRoundsForVerdict = 2;
 
-// When the last team round that did not pay ended (steady clock ticks), or the lowest value: none yet.
+// Team rounds of at least kLeastRetriedWork that did not pay since the last one that did, in the process.
+std::atomic<int> unpaidRoundsInARow{0};
+
+// When the verdict was last given (steady clock ticks), or the lowest value: none standing.
 constexpr std::chrono::steady_clock::rep kNoVerdict =
     std::numeric_limits<std::chrono::steady_clock::rep>::lowest();
 std::atomic<std::chrono::steady_clock::rep> lastUnpaidTeamRound{kNoVerdict};
@@ -82,11 +88,13 @@ void AdaptiveTeam::endRound() {
         singleRounds_ = 0;
         if (totalCpu < kLeastRetriedWork) {
             roundsBeforeRetry_ = 0;  // too short to tell anything about the machine
-        } else {
+        } else if (unpaidRoundsInARow.fetch_add(1, std::memory_order_relaxed) + 1 >=
+                   kUnpaidRoundsForVerdict) {
             lastUnpaidTeamRound.store(now(), std::memory_order_relaxed);
         }
     } else if (totalCpu >= kLeastRetriedWork) {
         // A round long enough to tell paid: the machine has a free core now.
+        unpaidRoundsInARow.store(0, std::memory_order_relaxed);
         lastUnpaidTeamRound.store(kNoVerdict, std::memory_order_relaxed);
     }
 }

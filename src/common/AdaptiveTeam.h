@@ -10,12 +10,13 @@
 // own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
 // tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
 // costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
-// are not tried on a team again. For a second after a team round of a millisecond or more anywhere in the
-// process did not pay (unless one paid since), new objects start with the calling thread alone (and try a
-// team after 10 rounds), so that a host calling the library again and again on a busy machine does not
-// pay for a first team round every time. The
-// choice changes only who computes what; every result stays the same bit for bit. One object serves one
-// sequence of rounds on one calling thread.
+// are not tried on a team again. For a second after two team rounds of a millisecond or more in a row,
+// anywhere in the process, did not pay (unless one paid since), new objects start with the calling thread
+// alone (and try a team after 10 rounds), so that a host calling the library again and again on a busy
+// machine does not pay for a first team round every time. A single unpaid round is not enough: on an idle
+// machine one late wake-up now and then would otherwise keep every call alone for a second. The choice
+// changes only who computes what; every result stays the same bit for bit. One object serves one sequence
+// of rounds on one calling thread.
 #pragma once
 
 #include <chrono>
@@ -30,8 +31,8 @@ namespace common {
 // CPU time consumed by the calling thread so far, in seconds.
 double threadCpuSeconds();
 
-// True for a second after a team round of a millisecond or more anywhere in the process did not pay,
-// unless one paid since.
+// True for a second after the second of two team rounds in a row of a millisecond or more anywhere in
+// the process did not pay, unless one paid since.
 bool teamRecentlyUnpaid();
 
 class AdaptiveTeam {

@@ -1,5 +1,6 @@
 // The adaptive team: the same work and the same failures as a plain loop whatever team it picks, the
-// calling thread alone after a team round that did not pay, and a new team trial after ten rounds.
+// calling thread alone after a team round that did not pay, a new team trial after ten rounds, and new
+// sequences alone for a while after two unpaid rounds in a row.
 #include "AdaptiveTeam.h"
 #include "common/ThreadCount.h"
 
@@ -164,7 +165,7 @@ TEST(AdaptiveTeam, LoopsOfOneRoundAreJudgedTogether) {
     EXPECT_EQ(team.threads(), 1);
 }
 
-TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond) {
+TEST(AdaptiveTeam, AfterTwoTeamRoundsInARowThatDidNotPayNewSequencesStartAloneForASecond) {
     ThreadCount const threads(2);
     waitUntilTeamsAreTriedFirst();
     EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
@@ -172,6 +173,11 @@ TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond)
     if (!runRound(first, 0.002, 0.030)) {
         GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
     }
+    for (int round = 0; round < 10; ++round) {
+        runRound(first, 0.0, 0.0);
+    }
+    ASSERT_EQ(first.threads(), 2);
+    runRound(first, 0.002, 0.030);
     EXPECT_TRUE(Kestrel::common::teamRecentlyUnpaid());
     AdaptiveTeam second(2);
     EXPECT_EQ(second.threads(), 1);
@@ -182,6 +188,23 @@ TEST(AdaptiveTeam, AfterATeamRoundThatDidNotPayNewSequencesStartAloneForASecond)
     }
     EXPECT_EQ(second.threads(), 2);
     waitUntilTeamsAreTriedFirst();
+    EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
+}
+
+TEST(AdaptiveTeam, OneUnpaidTeamRoundAfterOneThatPaidLeavesNewSequencesOnATeam) {
+    ThreadCount const threads(2);
+    waitUntilTeamsAreTriedFirst();
+    AdaptiveTeam paying(2);
+    if (!runRound(paying, 0.010, 0.0)) {
+        GTEST_SKIP() << "the OpenMP runtime gave a team of one thread";
+    }
+    if (paying.threads() != 2) {
+        GTEST_SKIP() << "the machine is too busy for two threads to pay";
+    }
+    AdaptiveTeam late(2);
+    ASSERT_TRUE(runRound(late, 0.002, 0.030));
+    EXPECT_EQ(late.threads(), 1);
+    EXPECT_FALSE(Kestrel::common::teamRecentlyUnpaid());
     EXPECT_EQ(AdaptiveTeam(2).threads(), 2);
 }
 
