@@ -63,22 +63,31 @@ double threadCpuSeconds() {
 AdaptiveTeam::AdaptiveTeam(int mostThreads)
     : most_(std::max(mostThreads, 1)),
       current_(most_ > 1 && teamRecentlyUnpaid() ? 1 : most_),
-      cpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
+      blockCpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
 
 void AdaptiveTeam::endRound() {
-    double const wallSeconds = wallSeconds_;
-    double totalCpu = 0.0;
-    for (double const seconds : cpuSeconds_) {
+    if (most_ == 1 || !roundOpen_) {
+        return;  // nothing to choose, or nothing measured
+    }
+    auto const end = std::chrono::steady_clock::now();
+    double const callerCpuAtEnd = threadCpuSeconds();
+    double const wallSeconds = std::chrono::duration<double>(end - roundStart_).count();
+    double totalCpu = std::max(0.0, callerCpuAtEnd - callerCpuAtRoundStart_ - callerCpuInLoops_);
+    for (double const seconds : blockCpuSeconds_) {
         totalCpu += seconds;
     }
-    wallSeconds_ = 0.0;
-    std::fill(cpuSeconds_.begin(), cpuSeconds_.end(), 0.0);
-    if (most_ == 1 || wallSeconds <= 0.0) {
-        return;  // nothing to choose, or nothing measured
+    roundStart_ = end;
+    callerCpuAtRoundStart_ = callerCpuAtEnd;
+    callerCpuInLoops_ = 0.0;
+    std::fill(blockCpuSeconds_.begin(), blockCpuSeconds_.end(), 0.0);
+    if (wallSeconds <= 0.0) {
+        return;
     }
     if (current_ == 1) {
         callerShare_ = std::max(kLeastShare, std::min(1.0, totalCpu / wallSeconds));
-        if (roundsBeforeRetry_ > 0 && ++singleRounds_ >= roundsBeforeRetry_) {
+        // While the process-wide verdict stands the retry waits: on a busy machine the helpers are asleep
+        // by then, and waking one when no core is free costs a scheduling period or more.
+        if (roundsBeforeRetry_ > 0 && ++singleRounds_ >= roundsBeforeRetry_ && !teamRecentlyUnpaid()) {
             singleRounds_ = 0;
             roundsBeforeRetry_ *= kRetryGrowth;
             current_ = most_;

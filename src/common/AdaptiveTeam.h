@@ -4,16 +4,20 @@
 //
 // A loop of a few milliseconds ends when its slowest thread does. On a machine whose cores are busy with
 // other work, the operating system may leave a helper thread waiting for a core, and the caller waits with
-// it: two threads can then be slower than one. So the first round runs on a team and is measured: the CPU
-// time every thread spent on its blocks and the wall time the caller saw. If the team was not clearly
+// it: two threads can then be slower than one. Between two loops the runtime's helper threads also wait
+// for the next one, spinning for a while, and on a busy machine that spinning takes the core the caller
+// needs for its own work between the loops. So the first round runs on a team and is measured: the CPU
+// time every thread spent on its blocks, the caller's CPU time outside the loops, and the wall time from
+// the end of the previous round (the first loop for the first round) to the end of this one, so that the
+// caller's work between loops, and how much slower it got, counts as well. If the team was not clearly
 // faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
 // own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
 // tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
 // costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
 // are not tried on a team again. For a second after two team rounds of a millisecond or more in a row,
 // anywhere in the process, did not pay (unless one paid since), new objects start with the calling thread
-// alone (and try a team after 10 rounds), so that a host calling the library again and again on a busy
-// machine does not pay for a first team round every time. A single unpaid round is not enough: on an idle
+// alone and no object tries a team again, so that a host calling the library again and again on a busy
+// machine does not pay for a team round every time. A single unpaid round is not enough: on an idle
 // machine one late wake-up now and then would otherwise keep every call alone for a second. The choice
 // changes only who computes what; every result stays the same bit for bit. One object serves one sequence
 // of rounds on one calling thread.
@@ -55,23 +59,23 @@ class AdaptiveTeam {
             common::forEachBlock(1, count, body);
             return;
         }
-        auto const start = std::chrono::steady_clock::now();
+        openRound();
         if (current_ == 1) {
-            double const cpuStart = threadCpuSeconds();
             common::forEachBlock(1, count, body);
-            cpuSeconds_.front() += threadCpuSeconds() - cpuStart;
-            wallSeconds_ += secondsSince(start);
             return;
         }
         // The CPU clock of a thread costs a system call: it is read when a thread starts and ends its share,
-        // not around every chunk.
+        // not around every chunk. The caller's processor time while the loop runs is left out of the round
+        // except for its share of the blocks: waiting for a helper at the loop's end may spin, which is not
+        // work.
+        double const callerCpuBeforeLoop = threadCpuSeconds();
         common::forEachBlockInScope(
             current_, count, kTeamChunksPerThread, body, [&](int thread, auto const& work) {
                 double const cpuStart = threadCpuSeconds();
                 work();
-                cpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
+                blockCpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
             });
-        wallSeconds_ += secondsSince(start);
+        callerCpuInLoops_ += threadCpuSeconds() - callerCpuBeforeLoop;
     }
 
     // forEachIndex(threads(), count, body), measured as part of the current round: every index visited,
@@ -91,21 +95,30 @@ class AdaptiveTeam {
         failures.rethrowFirst();
     }
 
-    // Ends the round: chooses the team for the next one from what this round's loops measured.
+    // Ends the round: chooses the team for the next one from what this round measured. The next round
+    // starts at once, so the caller's work between two rounds counts in the second.
     void endRound();
 
   private:
-    static double secondsSince(std::chrono::steady_clock::time_point start) {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    // Starts measuring a round at the first loop of the sequence.
+    void openRound() {
+        if (!roundOpen_) {
+            roundOpen_ = true;
+            roundStart_ = std::chrono::steady_clock::now();
+            callerCpuAtRoundStart_ = threadCpuSeconds();
+        }
     }
 
     int most_;
     int current_;
-    int singleRounds_ = 0;            // rounds on the calling thread since the last team round
-    int roundsBeforeRetry_ = 10;      // single rounds before the next team round; 0: never again
-    double callerShare_ = 1.0;        // share of a core the caller got in its last round alone
-    double wallSeconds_ = 0.0;        // of the current round's loops
-    std::vector<double> cpuSeconds_;  // per thread, of the current round's loops
+    int singleRounds_ = 0;        // rounds on the calling thread since the last team round
+    int roundsBeforeRetry_ = 10;  // single rounds before the next team round; 0: never again
+    double callerShare_ = 1.0;    // share of a core the caller got in its last round alone
+    bool roundOpen_ = false;      // whether a round is being measured
+    std::chrono::steady_clock::time_point roundStart_;
+    double callerCpuAtRoundStart_ = 0.0;
+    double callerCpuInLoops_ = 0.0;        // the caller's processor time in the current round's team loops
+    std::vector<double> blockCpuSeconds_;  // per thread, on blocks of the current round's team loops
 };
 
 }  // namespace common
