@@ -82,17 +82,8 @@ class AdaptiveTeam {
     // the exception of the lowest failing index rethrown afterwards on the calling thread.
     template <class Body>
     void forEachIndex(std::ptrdiff_t count, Body&& body) {
-        LoopFailures failures(most_);
-        forEachBlock(count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
-            for (std::ptrdiff_t index = begin; index < end; ++index) {
-                try {
-                    body(index, thread);
-                } catch (...) {
-                    failures.capture(thread, index);
-                }
-            }
-        });
-        failures.rethrowFirst();
+        common::forEachIndexOfBlocks(
+            most_, [&](auto const& block) { forEachBlock(count, block); }, body);
     }
 
     // Ends the round: chooses the team for the next one from what this round measured. The next round

@@ -128,13 +128,13 @@ void forEachBlock(int threads, std::ptrdiff_t count, Body&& body) {
     forEachBlockInScope(threads, count, kChunksPerThread, body, [](int, auto const& work) { work(); });
 }
 
-// Calls body(index, thread) for every index = 0 ... count - 1, on chunks of consecutive indices as
-// forEachBlock() hands them out, each chunk in ascending order. The loop always runs to its end; if bodies
-// throw, the exception of the lowest failing index is rethrown afterwards on the calling thread.
-template <class Body>
-void forEachIndex(int threads, std::ptrdiff_t count, Body&& body) {
+// Calls body(index, thread) for every index of the blocks that runBlocks(block) hands to block(begin, end,
+// thread), threads below `threads`, each block in ascending order. Every index is visited; if bodies throw,
+// the exception of the lowest failing index is rethrown afterwards on the calling thread.
+template <class RunBlocks, class Body>
+void forEachIndexOfBlocks(int threads, RunBlocks&& runBlocks, Body&& body) {
     LoopFailures failures(threads);
-    forEachBlock(threads, count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+    runBlocks([&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
         for (std::ptrdiff_t index = begin; index < end; ++index) {
             try {
                 body(index, thread);
@@ -144,6 +144,15 @@ void forEachIndex(int threads, std::ptrdiff_t count, Body&& body) {
         }
     });
     failures.rethrowFirst();
+}
+
+// Calls body(index, thread) for every index = 0 ... count - 1, on chunks of consecutive indices as
+// forEachBlock() hands them out, each chunk in ascending order. The loop always runs to its end; if bodies
+// throw, the exception of the lowest failing index is rethrown afterwards on the calling thread.
+template <class Body>
+void forEachIndex(int threads, std::ptrdiff_t count, Body&& body) {
+    forEachIndexOfBlocks(
+        threads, [&](auto const& block) { forEachBlock(threads, count, block); }, body);
 }
 
 // For tasks of unequal cost: runs task(index) for index = 0 ... count - 1 on a team of at most
