@@ -172,9 +172,12 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
                                     });
         } else {
             generator.generatePaths(population.size, selections, state.pathLength, exclusions, nullptr);
-            team.forEachIndex(static_cast<std::ptrdiff_t>(count), [&](std::ptrdiff_t index, int thread) {
-                score(static_cast<std::size_t>(index), thread);
-            });
+            team.forEachBlock(static_cast<std::ptrdiff_t>(count),
+                              [&](std::ptrdiff_t first, std::ptrdiff_t last, int thread) {
+                                  for (std::ptrdiff_t index = first; index < last; ++index) {
+                                      score(static_cast<std::size_t>(index), thread);
+                                  }
+                              });
         }
         team.endRound();
         failures.rethrowFirst();
