@@ -49,11 +49,11 @@ char const* routeOf(std::vector<std::vector<double>> const& matrix) {
         }
     }
     std::vector<int> assignment(nRows);
-    if (Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data()) ==
+    double const range = Kestrel::assignment::exactRange(matrix);
+    if (Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, range, assignment.data()) ==
         Kestrel::assignment::UniqueOptimumOutcome::Proved) {
         return "proved";
     }
-    double const range = Kestrel::assignment::exactRange(matrix);
     return range > 0.0 && Kestrel::assignment::solveByExactSteps(matrix, columnMajor.data(), range,
                                                                  assignment.data(), static_cast<int>(nRows),
                                                                  static_cast<int>(nCols))

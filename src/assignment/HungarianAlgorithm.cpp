@@ -92,19 +92,19 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     // made again for the steps as they stand. A fast route's cost adds the same cells in the same row
     // order as computeassignmentcost, read from the caller's rows.
     bool const wide = nOfRows <= nOfColumns;
-    bool solvedFast =
-        allowFastRoutes && wide &&
-        findUniqueOptimum(DistMatrix, nullptr, shape, assignment.get()) == UniqueOptimumOutcome::Proved;
+    double const range = allowFastRoutes ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
+    bool solvedFast = allowFastRoutes && wide &&
+                      findUniqueOptimum(DistMatrix, nullptr, shape, range, assignment.get()) ==
+                          UniqueOptimumOutcome::Proved;
     std::unique_ptr<double[]> distMatrixIn;
     if (!solvedFast) {
         distMatrixIn.reset(new double[elementIndex(0, nOfColumns, nOfRows)]);
         copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
         solvedFast = allowFastRoutes && !wide &&
-                     findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, assignment.get()) ==
+                     findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range, assignment.get()) ==
                          UniqueOptimumOutcome::Proved;
     }
-    double const range = allowFastRoutes && !solvedFast ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
-    if (range > 0.0) {
+    if (!solvedFast && range > 0.0) {
         solvedFast = Kestrel::assignment::solveByExactSteps(DistMatrix, distMatrixIn.get(), range,
                                                             assignment.get(), nOfRows, nOfColumns);
         if (!solvedFast) {

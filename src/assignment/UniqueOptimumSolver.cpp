@@ -51,7 +51,6 @@
 // the steps' result can exceed the optimum, so the steps return s.
 #include "UniqueOptimumSolver.h"
 
-#include "ExactMunkresSteps.h"
 #include "LineScans.h"
 #include "NearOptimumSearch.h"
 #include "ShortestAugmentingPath.h"
@@ -175,10 +174,9 @@ double stepsSlack(double m, LineSummary const& summary, double G_s, double K) {
     return (m * kEps + 2.0 * E_s) / (1.0 - a) * 1.01;
 }
 
-// Part (3): whether every value the steps form is exact. The span R is exact on the grid, and the factor
-// covers the rounding of the product.
-bool stepsAreExact(std::vector<std::vector<double>> const& rowMajor, LineSummary const& summary, double K) {
-    double const range = exactRange(rowMajor);
+// Part (3): whether every value the steps form is exact, given the matrix's exactRange. The span R is exact
+// on the grid, and the factor covers the rounding of the product.
+bool stepsAreExact(double range, LineSummary const& summary, double K) {
     return range > 0.0 && (2.0 * K + 1.0) * summary.R * (1.0 + 1e-9) < range;
 }
 
@@ -328,7 +326,8 @@ bool dualsHaveTheProvedForm(DualSolution const& solution, int nLong) {
 }  // namespace
 
 UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& rowMajor,
-                                       double const* distMatrixIn, MatrixShape shape, int* assignment) {
+                                       double const* distMatrixIn, MatrixShape shape, double range,
+                                       int* assignment) {
     ShortSide const side = shortSideOf(rowMajor, distMatrixIn, shape);
     if (side.m == 0) {
         return UniqueOptimumOutcome::NotApplicable;
@@ -370,7 +369,7 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
     // G_s, enlarged by the rounding of the two sums of m terms that form it.
     double const G_s =
         std::max(0.0, costOfS - summary->L0) + 2.0 * m * kEps * (magnitudeOfS + summary->L0Magnitude) + kTiny;
-    double const Z = stepsAreExact(rowMajor, *summary, K) ? 0.0 : stepsSlack(m, *summary, G_s, K);
+    double const Z = stepsAreExact(range, *summary, K) ? 0.0 : stepsSlack(m, *summary, G_s, K);
     Margin const margin = marginFor(side, *summary, solution, Z);
     std::optional<std::vector<NearTightEdge>> const edges = collectNearTightEdges(side, solution, margin);
     if (!edges || anotherAssignmentWithin(

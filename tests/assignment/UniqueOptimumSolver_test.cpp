@@ -1,6 +1,7 @@
 #include <Kestrel/HungarianAlgorithm.h>
 
 #include "BruteForceAssignments.h"
+#include "ExactMunkresSteps.h"
 #include "HungarianAlgorithmInternals.h"
 #include "MatrixCheck.h"
 #include "ShortestAugmentingPath.h"
@@ -27,7 +28,8 @@ UniqueOptimumOutcome outcomeFor(Matrix const& matrix, std::vector<int>& assignme
         for (std::size_t col = 0; col < matrix.front().size(); ++col)
             columnMajor[row + matrix.size() * col] = matrix[row][col];
     assignment.assign(matrix.size(), -2);
-    return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, assignment.data());
+    return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape,
+                                                  Kestrel::assignment::exactRange(matrix), assignment.data());
 }
 
 bool sameBits(double a, double b) {
