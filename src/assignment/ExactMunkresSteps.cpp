@@ -44,19 +44,6 @@
 namespace Kestrel::assignment {
 namespace {
 
-// Exponent of the lowest set bit of a finite non-zero double: the largest e with value a multiple of 2^e.
-int lowestBitExponent(double value) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof(bits));
-    int const biasedExponent = static_cast<int>((bits >> 52) & 0x7ff);
-    std::uint64_t mantissa = bits & ((std::uint64_t{1} << 52) - 1);
-    if (biasedExponent != 0) {
-        mantissa |= std::uint64_t{1} << 52;
-    }
-    int const unitExponent = (biasedExponent == 0 ? 1 : biasedExponent) - 1075;
-    return unitExponent + __builtin_ctzll(mantissa);
-}
-
 // Ascending set of column indices, with "first member at or after a position".
 class ColumnSet {
   public:
@@ -90,10 +77,14 @@ class ColumnSet {
 // columns be passed over whole: a contiguous pass costs less than several gathers along rows.
 constexpr int kRowsForAColumnPass = 8;
 
+// Cell is the type in which the reduced matrix is stored: double, or float when every reduced value is a
+// float exactly (then every value read from it is the same double).
+template <typename Cell>
 class ExactSteps {
   public:
-    ExactSteps(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
-               double const* lineMinimum, int nOfRows, int nOfColumns, double range, int* starColumn)
+    ExactSteps(Cell const* reduced, std::vector<std::vector<double>> const& rowMajor,
+               double const* lineMinimum, double largestReduced, int nOfRows, int nOfColumns, double range,
+               int* starColumn)
         : reduced_(reduced),
           rowMajor_(rowMajor),
           rowMinimum_(nOfRows, 0.0),
@@ -101,6 +92,7 @@ class ExactSteps {
           nOfRows_(nOfRows),
           nOfColumns_(nOfColumns),
           range_(range),
+          largestReduced_(largestReduced),
           starColumn_(starColumn),
           starRow_(nOfColumns, -1),
           rowAdded_(nOfRows, 0.0),
@@ -129,20 +121,16 @@ class ExactSteps {
         } else {
             std::copy(lineMinimum, lineMinimum + nOfColumns, columnMinimum_.begin());
         }
-        // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
-        double largest = 0.0;
         std::vector<int> zeros(nOfRows);
         for (int col = 0; col < nOfColumns; ++col) {
-            double const* column = reduced + elementIndex(0, col, nOfRows);
+            Cell const* column = reduced + elementIndex(0, col, nOfRows);
             int const nOfZeros = positionsOfValue(column, nOfRows, 0.0, zeros.data());
             zeroRows_[col].assign(zeros.begin(), zeros.begin() + nOfZeros);
-            largest = std::max(largest, largestFinite(column, nOfRows));
             if (starRow_[col] < 0) {
                 unstarredColumns_.push_back(col);
                 lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(), column, nOfRows);
             }
         }
-        largestReduced_ = largest;
     }
 
     bool run() {
@@ -168,7 +156,8 @@ class ExactSteps {
 
     // The working value of an uncovered row in an uncovered column.
     double uncoveredValue(int row, int col) const {
-        return (reduced_[elementIndex(row, col, nOfRows_)] + rowAdded_[row]) - columnSubtractedNow(col);
+        return (static_cast<double>(reduced_[elementIndex(row, col, nOfRows_)]) + rowAdded_[row]) -
+               columnSubtractedNow(col);
     }
 
     // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes. The gains and
@@ -211,7 +200,7 @@ class ExactSteps {
     // written.
     void dropRaisedZeros(int col) {
         std::vector<int>& zeros = zeroRows_[col];
-        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         double const subtracted = columnSubtracted_[col];
         zeros.erase(
             std::remove_if(zeros.begin(), zeros.end(),
@@ -301,7 +290,7 @@ class ExactSteps {
     // column). The smallest of a set of values does not depend on the order in which it is taken.
     void retireUnstarredColumn(int col) {
         unstarredColumns_.erase(std::find(unstarredColumns_.begin(), unstarredColumns_.end(), col));
-        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         int nOfAffectedRows = 0;
         for (int row = 0; row < nOfRows_; ++row) {
             nOfAffectedRows += column[row] == rowMinimumOverUnstarred_[row] ? 1 : 0;
@@ -404,14 +393,14 @@ class ExactSteps {
         return true;
     }
 
-    double const* reduced_;
+    Cell const* reduced_;
     std::vector<std::vector<double>> const& rowMajor_;  // the caller's rows, for the passes along one row
     std::vector<double> rowMinimum_;     // what the first reduction took from each row (0 if it took columns)
     std::vector<double> columnMinimum_;  // and from each column (0 if it took rows)
     int nOfRows_;
     int nOfColumns_;
     double range_;
-    double largestReduced_ = 0.0;
+    double largestReduced_;         // the largest finite value of the reduced matrix
     double adjustmentTotal_ = 0.0;  // sum of every adjustment so far
     int* starColumn_;
     std::vector<int> starRow_;
@@ -441,95 +430,70 @@ class ExactSteps {
     ColumnSet withZeros_;
 };
 
-// The common case of exactRange: every finite element an integer below 2^52 in magnitude. Then the grid
-// exponent is the lowest set bit of all the magnitudes together. Returns false, leaving the outputs
-// unspecified, at the first element that is not such an integer.
-bool integerGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
-    double const limit = std::ldexp(1.0, 52);
-    std::uint64_t bits = 0;
-    double high = 0.0;
-    for (std::vector<double> const& row : rowMajor) {
-        // Rows of integers below 2^31 (the common case) are checked two values at a time.
-        std::uint32_t smallBits = 0;
-        if (smallIntegers(row.data(), static_cast<int>(row.size()), &smallBits, &high)) {
-            bits |= smallBits;
-            continue;
-        }
-        for (double const element : row) {
-            double const magnitude = std::fabs(element);
-            if (!(magnitude < limit)) {
-                if (element == std::numeric_limits<double>::infinity()) {
-                    continue;
-                }
-                return false;
-            }
-            auto const whole = static_cast<std::int64_t>(magnitude);
-            if (static_cast<double>(whole) != magnitude) {
-                return false;
-            }
-            bits |= static_cast<std::uint64_t>(whole);
-            high = magnitude > high ? magnitude : high;
-        }
-    }
-    *exponent = bits == 0 ? 0 : __builtin_ctzll(bits);
-    *largest = high;
-    return true;
+// Whether every reduced value, a multiple of 2^gridExponent from 0 to largestReduced (or +infinity), is a
+// float exactly: fewer than 2^24 steps of the grid, within the float range (the grid itself, at least 2^-52,
+// lies far above the smallest float).
+bool fitsFloat(double largestReduced, int gridExponent) {
+    return largestReduced < std::ldexp(1.0, 24 + gridExponent) &&
+           largestReduced <= static_cast<double>(std::numeric_limits<float>::max());
 }
 
-// The grid exponent and largest finite magnitude of any matrix; false when the grid is finer than 2^-52.
-bool anyGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
-    constexpr int kFinestExponent = -52;
-    int lowest = std::numeric_limits<int>::max();
-    double high = 0.0;
-    for (std::vector<double> const& row : rowMajor) {
-        for (double const element : row) {
-            if (element == 0.0 || !std::isfinite(element)) {
-                continue;
-            }
-            lowest = std::min(lowest, lowestBitExponent(element));
-            if (lowest < kFinestExponent) {
-                return false;
-            }
-            high = std::max(high, std::fabs(element));
-        }
-    }
-    *exponent = lowest == std::numeric_limits<int>::max() ? 0 : lowest;
-    *largest = high;
-    return true;
+// The route for a matrix not taller than wide, built from the caller's rows: the reduced matrix is written
+// column by column as each element minus its row's minimum (the value the first reduction forms), the first
+// stars are found along the rows, and the incremental steps run on it.
+template <typename Cell>
+bool solveWideByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                           double largestReduced, int* assignment) {
+    int const nOfRows = survey.shape.rows;
+    int const nOfColumns = survey.shape.columns;
+    std::unique_ptr<Cell[]> reduced(new Cell[elementIndex(0, nOfColumns, nOfRows)]);
+    writeRowReducedColumns(rowMajor, survey.rowMinimum.data(), reduced.get(), nOfRows, nOfColumns);
+    starFirstZerosOfRows(rowMajor, survey.rowMinimum.data(), assignment, nOfColumns);
+    return ExactSteps<Cell>(reduced.get(), rowMajor, survey.rowMinimum.data(), largestReduced, nOfRows,
+                            nOfColumns, survey.exactRange, assignment)
+        .run();
 }
 
 }  // namespace
 
 double exactRange(std::vector<std::vector<double>> const& rowMajor) {
-    int exponent = 0;
-    double largest = 0.0;
-    if (!integerGrid(rowMajor, &exponent, &largest) && !anyGrid(rowMajor, &exponent, &largest)) {
-        return 0.0;
-    }
-    // Largest exponents are about 971; 2^(52 + e) is then beyond the largest double and no matrix fits.
-    if (exponent > 900) {
-        return 0.0;
-    }
-    double const range = std::ldexp(1.0, 52 + exponent);
-    return 2.0 * largest < range ? range : 0.0;
+    return surveyMatrix(rowMajor).exactRange;
 }
 
 bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn) {
-    return ExactSteps(reduced, rowMajor, lineMinimum, nOfRows, nOfColumns, range, starColumn).run();
+    // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
+    double largest = 0.0;
+    for (int col = 0; col < nOfColumns; ++col) {
+        largest = std::max(largest, largestFinite(reduced + elementIndex(0, col, nOfRows), nOfRows));
+    }
+    return ExactSteps<double>(reduced, rowMajor, lineMinimum, largest, nOfRows, nOfColumns, range, starColumn)
+        .run();
 }
 
-bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
-                       int* assignment, int nOfRows, int nOfColumns) {
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                       double* distMatrix, int* assignment) {
+    int const nOfRows = survey.shape.rows;
+    int const nOfColumns = survey.shape.columns;
+    if (nOfRows <= nOfColumns) {
+        // Subtraction rounds monotonically, so each row's largest reduced value is its largest finite element
+        // minus its minimum.
+        double largestReduced = 0.0;
+        for (int row = 0; row < nOfRows; ++row) {
+            largestReduced = std::max(largestReduced, survey.rowLargestFinite[row] - survey.rowMinimum[row]);
+        }
+        return fitsFloat(largestReduced, survey.gridExponent)
+                   ? solveWideByExactSteps<float>(rowMajor, survey, largestReduced, assignment)
+                   : solveWideByExactSteps<double>(rowMajor, survey, largestReduced, assignment);
+    }
     std::unique_ptr<bool[]> covers(
         new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-    std::unique_ptr<double[]> lineMinimum(
-        new double[static_cast<std::size_t>(std::min(nOfRows, nOfColumns))]);
+    std::unique_ptr<double[]> lineMinimum(new double[static_cast<std::size_t>(nOfColumns)]);
     reduceAndStar(distMatrix, assignment, covers.get(), covers.get() + nOfColumns, nOfRows, nOfColumns,
                   lineMinimum.get());
-    return continueStepsExactly(distMatrix, rowMajor, lineMinimum.get(), nOfRows, nOfColumns, range,
-                                assignment);
+    return continueStepsExactly(distMatrix, rowMajor, lineMinimum.get(), nOfRows, nOfColumns,
+                                survey.exactRange, assignment);
 }
 
 }  // namespace Kestrel::assignment

@@ -7,14 +7,13 @@
 // (and hence the assignment) come out identical.
 #pragma once
 
+#include "MatrixCheck.h"
+
 #include <vector>
 
 namespace Kestrel::assignment {
 
-// The bound below which every value the steps form from this row-major matrix is exact: 2^(52 + e) for
-// the coarsest e such that every finite element is a multiple of 2^e, when e >= -52 (so that a non-zero
-// working value is never below DBL_EPSILON) and twice the largest finite magnitude stays below the bound.
-// Returns 0 when the matrix does not qualify. +infinity elements are skipped.
+// The exact bound of a valid row-major matrix: surveyMatrix(rowMajor).exactRange (MatrixCheck.h).
 double exactRange(std::vector<std::vector<double>> const& rowMajor);
 
 // Continues the steps after the first reduction and star pass: `reduced` is the column-major working
@@ -29,13 +28,15 @@ bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn);
 
-// The whole route: the first reduction and star pass, done in place, and the incremental steps.
-// rowMajor is the caller's matrix and distMatrix the same in column-major order, which must admit min(rows,
-// columns) pairs on finite elements, and range its exactRange (> 0); the route leaves the reduced matrix in
-// it. Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres steps
+// The whole route. rowMajor is the caller's matrix, which must admit min(rows, columns) pairs on finite
+// elements, survey its survey with exactRange > 0. A matrix not taller than wide is reduced straight from
+// its rows into storage of the route's own (floats when every reduced value is one exactly, else doubles);
+// distMatrix is then not read and may be null. A taller matrix is reduced in place in distMatrix, its
+// column-major copy, which the route leaves reduced.
+// Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres steps
 // return for this matrix; false, leaving assignment unspecified, when the values would leave the exact range
 // on the way.
-bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
-                       int* assignment, int nOfRows, int nOfColumns);
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                       double* distMatrix, int* assignment);
 
 }  // namespace Kestrel::assignment

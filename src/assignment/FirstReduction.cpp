@@ -14,6 +14,11 @@
 namespace Kestrel::assignment {
 namespace {
 
+// The zero test of the first star pass.
+bool isZero(double value) {
+    return std::fabs(value) < DBL_EPSILON;
+}
+
 // Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
 // the lowest uncovered column holding a zero; the starred columns end up covered. starColumn receives the
 // star's column per row (-1 for none). +infinity elements stay +infinity and are never zero.
@@ -39,8 +44,7 @@ void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns
     for (int row = 0; row < nOfRows; ++row) {
         starColumn[row] = -1;
         for (int col = 0; col < nOfColumns; ++col) {
-            if (!coveredColumns[col] &&
-                std::fabs(distMatrix[elementIndex(row, col, nOfRows)]) < DBL_EPSILON) {
+            if (!coveredColumns[col] && isZero(distMatrix[elementIndex(row, col, nOfRows)])) {
                 starColumn[row] = col;
                 coveredColumns[col] = true;
                 break;
@@ -74,7 +78,7 @@ void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColu
     }
     for (int col = 0; col < nOfColumns; ++col) {
         for (int row = 0; row < nOfRows; ++row) {
-            if (std::fabs(distMatrix[elementIndex(row, col, nOfRows)]) < DBL_EPSILON && !coveredRows[row]) {
+            if (isZero(distMatrix[elementIndex(row, col, nOfRows)]) && !coveredRows[row]) {
                 starColumn[row] = col;
                 coveredColumns[col] = true;
                 coveredRows[row] = true;
@@ -98,6 +102,36 @@ int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, boo
     reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns,
                          lineMinimum);
     return nOfColumns;
+}
+
+template <typename Cell>
+void writeRowReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
+                            Cell* reduced, int nOfRows, int nOfColumns) {
+    writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [rowMinimum](int row, double value) {
+        return static_cast<Cell>(value - rowMinimum[row]);
+    });
+}
+
+template void writeRowReducedColumns<double>(std::vector<std::vector<double>> const&, double const*, double*,
+                                             int, int);
+template void writeRowReducedColumns<float>(std::vector<std::vector<double>> const&, double const*, float*,
+                                            int, int);
+
+void starFirstZerosOfRows(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
+                          int* starColumn, int nOfColumns) {
+    std::vector<char> starred(static_cast<std::size_t>(nOfColumns), 0);
+    for (std::size_t row = 0; row < rowMajor.size(); ++row) {
+        double const* values = rowMajor[row].data();
+        double const minimum = rowMinimum[row];
+        starColumn[row] = -1;
+        for (int col = 0; col < nOfColumns; ++col) {
+            if (isZero(values[col] - minimum) && !starred[col]) {
+                starColumn[row] = col;
+                starred[col] = 1;
+                break;
+            }
+        }
+    }
 }
 
 }  // namespace Kestrel::assignment

@@ -3,6 +3,8 @@
 // row (or column) in ascending order stars its first zero in a line not yet covered.
 #pragma once
 
+#include <vector>
+
 namespace Kestrel::assignment {
 
 // Reduces the column-major working matrix distMatrix in place and stars the first zeros; +infinity
@@ -12,5 +14,18 @@ namespace Kestrel::assignment {
 // values). Returns minDim, the smaller dimension.
 int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows, int nOfRows,
                   int nOfColumns, double* lineMinimum = nullptr);
+
+// The reduction of a matrix not taller than wide written straight from the caller's rows into a
+// column-major array: reduced[row + rows * col] = rowMajor[row][col] - rowMinimum[row], converted to Cell
+// (double or float; for float every such value must be a float exactly). +infinity stays +infinity.
+template <typename Cell>
+void writeRowReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
+                            Cell* reduced, int nOfRows, int nOfColumns);
+
+// The first star pass of a matrix not taller than wide, along the caller's rows: each row in ascending order
+// stars the lowest column not yet starred whose reduced value rowMajor[row][col] - rowMinimum[row] is a
+// zero, as the pass over the reduced matrix does. starColumn[row] receives the column or -1.
+void starFirstZerosOfRows(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
+                          int* starColumn, int nOfColumns);
 
 }  // namespace Kestrel::assignment

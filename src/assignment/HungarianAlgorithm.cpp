@@ -23,22 +23,18 @@ namespace {
 
 using Kestrel::assignment::elementIndex;
 
-// Copies the caller's rows into a column-major array, in tiles so that reads and writes both stay in cache.
+// Copies the caller's rows into a column-major array.
 void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* columnMajor, int nOfRows,
                      int nOfColumns) {
-    constexpr int kTile = 32;
-    for (int rowStart = 0; rowStart < nOfRows; rowStart += kTile) {
-        int const rowEnd = std::min(nOfRows, rowStart + kTile);
-        for (int colStart = 0; colStart < nOfColumns; colStart += kTile) {
-            int const colEnd = std::min(nOfColumns, colStart + kTile);
-            for (int row = rowStart; row < rowEnd; ++row) {
-                double const* values = rows[row].data();
-                for (int col = colStart; col < colEnd; ++col) {
-                    columnMajor[elementIndex(row, col, nOfRows)] = values[col];
-                }
-            }
-        }
-    }
+    Kestrel::assignment::writeColumnMajor(rows, columnMajor, nOfRows, nOfColumns,
+                                          [](int, double value) { return value; });
+}
+
+std::unique_ptr<double[]> makeColumnMajorCopy(std::vector<std::vector<double>> const& rows, int nOfRows,
+                                              int nOfColumns) {
+    std::unique_ptr<double[]> columnMajor(new double[elementIndex(0, nOfColumns, nOfRows)]);
+    copyColumnMajor(rows, columnMajor.get(), nOfRows, nOfColumns);
+    return columnMajor;
 }
 
 // One line per negative element on std::cerr, flushed. The lines go out in blocks rather than one flush
@@ -71,12 +67,12 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     if (DistMatrix.empty()) {
         return 0.0;
     }
-    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(DistMatrix);
+    Kestrel::assignment::MatrixSurvey const survey = Kestrel::assignment::surveyMatrix(DistMatrix);
+    Kestrel::assignment::MatrixShape const shape = survey.shape;
     if (shape.forbiddenPairs && !Kestrel::assignment::hasCompleteMatching(DistMatrix, shape)) {
         throw std::invalid_argument("cost matrix is infeasible");
     }
-    std::size_t const nOfNegativeElements = Kestrel::assignment::countNegativeElements(DistMatrix);
-    writeNegativeElementMessages(nOfNegativeElements);
+    writeNegativeElementMessages(survey.negativeElements);
     int const nOfRows = shape.rows;
     int const nOfColumns = shape.columns;
 
@@ -85,31 +81,33 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
 
-    // A matrix that is not taller than wide hands its rows to the unique-optimum proof directly; the
-    // column-major copy is made only when another route runs. When the proof does not apply, matrices on
-    // which every value of the steps is exact (integers are the common case, and ties are common there)
-    // take the exact steps, which reduce the copy in place; should they leave the exact range, the copy is
-    // made again for the steps as they stand. A fast route's cost adds the same cells in the same row
-    // order as computeassignmentcost, read from the caller's rows.
+    // A matrix that is not taller than wide goes to the unique-optimum proof and, when the proof does not
+    // apply, to the exact steps (for matrices on which every value of the steps is exact: integers are the
+    // common case, and ties are common there) straight from its rows; the column-major copy is made only
+    // when the steps as they stand run. A taller matrix is copied first: the proof reads its columns, and
+    // the exact steps reduce the copy in place, so that it is made again should they leave the exact range.
+    // A fast route's cost adds the same cells in the same row order as computeassignmentcost, read from the
+    // caller's rows.
     bool const wide = nOfRows <= nOfColumns;
-    double const range = allowFastRoutes ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
+    double const range = allowFastRoutes ? survey.exactRange : 0.0;
     bool solvedFast = allowFastRoutes && wide &&
                       findUniqueOptimum(DistMatrix, nullptr, shape, range, assignment.get()) ==
                           UniqueOptimumOutcome::Proved;
     std::unique_ptr<double[]> distMatrixIn;
-    if (!solvedFast) {
-        distMatrixIn.reset(new double[elementIndex(0, nOfColumns, nOfRows)]);
-        copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
-        solvedFast = allowFastRoutes && !wide &&
-                     findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range, assignment.get()) ==
-                         UniqueOptimumOutcome::Proved;
+    if (!solvedFast && !wide) {
+        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
+        solvedFast = allowFastRoutes && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range,
+                                                          assignment.get()) == UniqueOptimumOutcome::Proved;
     }
     if (!solvedFast && range > 0.0) {
-        solvedFast = Kestrel::assignment::solveByExactSteps(DistMatrix, distMatrixIn.get(), range,
-                                                            assignment.get(), nOfRows, nOfColumns);
-        if (!solvedFast) {
+        solvedFast =
+            Kestrel::assignment::solveByExactSteps(DistMatrix, survey, distMatrixIn.get(), assignment.get());
+        if (!solvedFast && !wide) {
             copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
         }
+    }
+    if (!solvedFast && !distMatrixIn) {
+        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
     }
     if (solvedFast) {
         for (int row = 0; row < nOfRows; ++row) {

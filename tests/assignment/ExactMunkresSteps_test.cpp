@@ -62,10 +62,9 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
 bool routeTakesIt(Matrix const& matrix) {
     std::vector<double> values = columnMajor(matrix);
     std::vector<int> assignment(matrix.size());
-    double const range = Kestrel::assignment::exactRange(matrix);
-    return range > 0.0 && Kestrel::assignment::solveByExactSteps(
-                              matrix, values.data(), range, assignment.data(),
-                              static_cast<int>(matrix.size()), static_cast<int>(matrix.front().size()));
+    Kestrel::assignment::MatrixSurvey const survey = Kestrel::assignment::surveyMatrix(matrix);
+    return survey.exactRange > 0.0 &&
+           Kestrel::assignment::solveByExactSteps(matrix, survey, values.data(), assignment.data());
 }
 
 // Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.

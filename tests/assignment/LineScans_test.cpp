@@ -139,32 +139,82 @@ TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
 }
 
 // The integer test against a plain loop: lines of integers (with signs) below 2^31 pass with the OR of
-// their magnitudes and the largest one; a fraction, 2^31 or an infinity anywhere makes the line fail.
+// their magnitudes and their extremes; a fraction, 2^31, an infinity or NaN anywhere makes the line fail.
 TEST(LineScans, SmallIntegerLinesMatchPlainLoopsForEveryLength) {
     std::mt19937 engine(12);
-    for (int n = 0; n <= 24; ++n) {
+    for (int n = 1; n <= 24; ++n) {
         std::vector<double> line(n);
         std::uint32_t expectedBits = 0;
-        double expectedLargest = 0.0;
         for (double& value : line) {
             std::uint32_t const magnitude =
                 static_cast<std::uint32_t>(engine() % 2147483648u) >> (engine() % 31);
             value = (engine() % 2 == 0 ? -1.0 : 1.0) * static_cast<double>(magnitude);
             expectedBits |= magnitude;
-            expectedLargest = std::max(expectedLargest, static_cast<double>(magnitude));
         }
         std::uint32_t bits = 0;
-        double largest = 0.0;
-        ASSERT_TRUE(smallIntegers(line.data(), n, &bits, &largest)) << n;
+        double minimum = 0.0;
+        double maximum = 0.0;
+        ASSERT_TRUE(smallIntegerLine(line.data(), n, &bits, &minimum, &maximum)) << n;
         EXPECT_EQ(bits, expectedBits) << n;
-        EXPECT_EQ(largest, expectedLargest) << n;
+        EXPECT_EQ(minimum, *std::min_element(line.begin(), line.end())) << n;
+        EXPECT_EQ(maximum, *std::max_element(line.begin(), line.end())) << n;
         for (int position = 0; position < n; ++position) {
-            for (double const bad : {0.5, 2147483648.0, std::numeric_limits<double>::infinity()}) {
+            for (double const bad :
+                 {0.5, 2147483648.0, -2147483648.0, std::numeric_limits<double>::infinity(), std::nan("")}) {
                 std::vector<double> spoiled = line;
                 spoiled[position] = bad;
-                EXPECT_FALSE(smallIntegers(spoiled.data(), n, &bits, &largest)) << n << " at " << position;
+                EXPECT_FALSE(smallIntegerLine(spoiled.data(), n, &bits, &minimum, &maximum))
+                    << n << " at " << position;
             }
         }
+    }
+}
+
+TEST(LineScans, CountBelowMatchesPlainLoopForEveryLength) {
+    std::mt19937 engine(13);
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> line = randomLine(engine, n);
+        if (n > 2) {
+            line[n / 2] = -0.0;
+        }
+        int const expected =
+            static_cast<int>(std::count_if(line.begin(), line.end(), [](double v) { return v < 0.0; }));
+        EXPECT_EQ(countBelow(line.data(), n, 0.0), expected) << n;
+    }
+}
+
+// The passes that read the exact steps' narrow matrix give, on a float line, what they give on the same
+// values as doubles.
+TEST(LineScans, FloatLinesScanAsTheirDoubles) {
+    std::mt19937 engine(14);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> wide = randomLine(engine, n);
+        for (int k = 0; k < n; ++k) {
+            wide[k] = k % 5 == 2 ? inf : std::fabs(wide[k]);
+        }
+        std::vector<float> const narrow(wide.begin(), wide.end());
+        std::vector<double> const added = randomLine(engine, n);
+        std::vector<double> const blocked(n, 0.0);
+        std::vector<double> keysFromWide = randomLine(engine, n);
+        std::vector<double> keysFromNarrow = keysFromWide;
+        EXPECT_EQ(
+            lowerKeysByColumn(keysFromNarrow.data(), narrow.data(), added.data(), blocked.data(), 0.5, 1.0,
+                              n),
+            lowerKeysByColumn(keysFromWide.data(), wide.data(), added.data(), blocked.data(), 0.5, 1.0, n));
+        EXPECT_EQ(keysFromNarrow, keysFromWide) << n;
+        std::vector<double> minimumOfWide(n, 1.0);
+        std::vector<double> minimumOfNarrow(n, 1.0);
+        lowerToElementwiseMinimum(minimumOfWide.data(), wide.data(), n);
+        lowerToElementwiseMinimum(minimumOfNarrow.data(), narrow.data(), n);
+        EXPECT_EQ(minimumOfNarrow, minimumOfWide) << n;
+        std::vector<int> positionsInWide(n + 1);
+        std::vector<int> positionsInNarrow(n + 1);
+        positionsInWide.resize(positionsOfValue(wide.data(), n, 0.0, positionsInWide.data()));
+        positionsInNarrow.resize(positionsOfValue(narrow.data(), n, 0.0, positionsInNarrow.data()));
+        EXPECT_EQ(positionsInNarrow, positionsInWide) << n;
+        EXPECT_EQ(positionsInWide.size(), static_cast<std::size_t>(std::count(wide.begin(), wide.end(), 0.0)))
+            << n;
     }
 }
 
