@@ -39,7 +39,8 @@ std::vector<std::vector<double>> readMatrix(char const* path) {
 
 // The route Solve takes: the proved unique optimum, the exact incremental steps, or the steps as they stand.
 char const* routeOf(std::vector<std::vector<double>> const& matrix) {
-    Kestrel::assignment::MatrixSurvey const survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::surveyColumns(matrix, &survey);
     std::size_t const nRows = matrix.size();
     std::size_t const nCols = matrix.front().size();
     std::vector<double> columnMajor(nRows * nCols);
@@ -54,8 +55,8 @@ char const* routeOf(std::vector<std::vector<double>> const& matrix) {
         Kestrel::assignment::UniqueOptimumOutcome::Proved) {
         return "proved";
     }
-    return survey.exactRange > 0.0 && Kestrel::assignment::solveByExactSteps(
-                                          matrix, survey, columnMajor.data(), assignment.data())
+    return survey.exactRange > 0.0 &&
+                   Kestrel::assignment::solveByExactSteps(matrix, survey, assignment.data())
                ? "exact"
                : "steps";
 }

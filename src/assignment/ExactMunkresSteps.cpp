@@ -438,20 +438,38 @@ bool fitsFloat(double largestReduced, int gridExponent) {
            largestReduced <= static_cast<double>(std::numeric_limits<float>::max());
 }
 
-// The route for a matrix not taller than wide, built from the caller's rows: the reduced matrix is written
-// column by column as each element minus its row's minimum (the value the first reduction forms), the first
-// stars are found along the rows, and the incremental steps run on it.
+// The first star pass (along the rows of a matrix not taller than wide, down the reduced columns of a
+// taller one), then the incremental steps.
 template <typename Cell>
-bool solveWideByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
-                           double largestReduced, int* assignment) {
+bool starAndRunSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                     Cell const* reduced, double const* lineMinimum, double largestReduced, int* assignment) {
     int const nOfRows = survey.shape.rows;
     int const nOfColumns = survey.shape.columns;
-    std::unique_ptr<Cell[]> reduced(new Cell[elementIndex(0, nOfColumns, nOfRows)]);
-    writeRowReducedColumns(rowMajor, survey.rowMinimum.data(), reduced.get(), nOfRows, nOfColumns);
-    starFirstZerosOfRows(rowMajor, survey.rowMinimum.data(), assignment, nOfColumns);
-    return ExactSteps<Cell>(reduced.get(), rowMajor, survey.rowMinimum.data(), largestReduced, nOfRows,
-                            nOfColumns, survey.exactRange, assignment)
+    if (nOfRows <= nOfColumns) {
+        starFirstZerosOfRows(rowMajor, lineMinimum, assignment, nOfColumns);
+    } else {
+        std::unique_ptr<bool[]> covers(
+            new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
+        starFirstZerosOfColumns(reduced, assignment, covers.get(), covers.get() + nOfColumns, nOfRows,
+                                nOfColumns);
+    }
+    return ExactSteps<Cell>(reduced, rowMajor, lineMinimum, largestReduced, nOfRows, nOfColumns,
+                            survey.exactRange, assignment)
         .run();
+}
+
+template <typename Cell>
+bool moreColumnsWithRepeatedZero(Cell const* reduced, int nOfRows, int nOfColumns, int limit) {
+    int count = 0;
+    for (int col = 0; col < nOfColumns && count <= limit; ++col) {
+        Cell const* column = reduced + elementIndex(0, col, nOfRows);
+        int zeros = 0;
+        for (int row = 0; row < nOfRows && zeros < 2; ++row) {
+            zeros += column[row] == Cell{0} ? 1 : 0;
+        }
+        count += zeros > 1 ? 1 : 0;
+    }
+    return count > limit;
 }
 
 }  // namespace
@@ -472,28 +490,46 @@ bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>
         .run();
 }
 
-bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
-                       double* distMatrix, int* assignment) {
-    int const nOfRows = survey.shape.rows;
-    int const nOfColumns = survey.shape.columns;
-    if (nOfRows <= nOfColumns) {
-        // Subtraction rounds monotonically, so each row's largest reduced value is its largest finite element
-        // minus its minimum.
-        double largestReduced = 0.0;
-        for (int row = 0; row < nOfRows; ++row) {
-            largestReduced = std::max(largestReduced, survey.rowLargestFinite[row] - survey.rowMinimum[row]);
-        }
-        return fitsFloat(largestReduced, survey.gridExponent)
-                   ? solveWideByExactSteps<float>(rowMajor, survey, largestReduced, assignment)
-                   : solveWideByExactSteps<double>(rowMajor, survey, largestReduced, assignment);
+ExactStepsRoute::ExactStepsRoute(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey)
+    : rowMajor_(rowMajor), survey_(survey) {
+    bool const wide = survey.shape.rows <= survey.shape.columns;
+    std::vector<double> const& lineMinimum = wide ? survey.rowMinimum : survey.columnMinimum;
+    std::vector<double> const& lineLargest = wide ? survey.rowLargestFinite : survey.columnLargestFinite;
+    lineMinimum_ = lineMinimum.data();
+    // Subtraction rounds monotonically, so each line's largest reduced value is its largest finite element
+    // minus its minimum.
+    for (std::size_t line = 0; line < lineMinimum.size(); ++line) {
+        largestReduced_ = std::max(largestReduced_, lineLargest[line] - lineMinimum[line]);
     }
-    std::unique_ptr<bool[]> covers(
-        new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-    std::unique_ptr<double[]> lineMinimum(new double[static_cast<std::size_t>(nOfColumns)]);
-    reduceAndStar(distMatrix, assignment, covers.get(), covers.get() + nOfColumns, nOfRows, nOfColumns,
-                  lineMinimum.get());
-    return continueStepsExactly(distMatrix, rowMajor, lineMinimum.get(), nOfRows, nOfColumns,
-                                survey.exactRange, assignment);
+    std::size_t const nOfElements = elementIndex(0, survey.shape.columns, survey.shape.rows);
+    if (fitsFloat(largestReduced_, survey.gridExponent)) {
+        floats_.reset(new float[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, floats_.get(), survey.shape.rows, survey.shape.columns);
+    } else {
+        doubles_.reset(new double[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, doubles_.get(), survey.shape.rows, survey.shape.columns);
+    }
+}
+
+ExactStepsRoute::~ExactStepsRoute() = default;
+
+bool ExactStepsRoute::moreColumnsWithRepeatedZeroThan(int limit) const {
+    int const nOfRows = survey_.shape.rows;
+    int const nOfColumns = survey_.shape.columns;
+    return floats_ ? moreColumnsWithRepeatedZero(floats_.get(), nOfRows, nOfColumns, limit)
+                   : moreColumnsWithRepeatedZero(doubles_.get(), nOfRows, nOfColumns, limit);
+}
+
+bool ExactStepsRoute::solve(int* assignment) const {
+    return floats_
+               ? starAndRunSteps(rowMajor_, survey_, floats_.get(), lineMinimum_, largestReduced_, assignment)
+               : starAndRunSteps(rowMajor_, survey_, doubles_.get(), lineMinimum_, largestReduced_,
+                                 assignment);
+}
+
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                       int* assignment) {
+    return ExactStepsRoute(rowMajor, survey).solve(assignment);
 }
 
 }  // namespace Kestrel::assignment

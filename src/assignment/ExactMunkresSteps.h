@@ -9,6 +9,7 @@
 
 #include "MatrixCheck.h"
 
+#include <memory>
 #include <vector>
 
 namespace Kestrel::assignment {
@@ -28,15 +29,39 @@ bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn);
 
-// The whole route. rowMajor is the caller's matrix, which must admit min(rows, columns) pairs on finite
-// elements, survey its survey with exactRange > 0. A matrix not taller than wide is reduced straight from
-// its rows into storage of the route's own (floats when every reduced value is one exactly, else doubles);
-// distMatrix is then not read and may be null. A taller matrix is reduced in place in distMatrix, its
-// column-major copy, which the route leaves reduced.
-// Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres steps
-// return for this matrix; false, leaving assignment unspecified, when the values would leave the exact range
-// on the way.
+// The whole route, built from the caller's rows: the constructor writes the first reduction into storage of
+// the route's own (floats when every reduced value is one exactly, else doubles); no copy of the caller's
+// matrix is made. The route keeps references to rowMajor and survey, which must outlive it.
+class ExactStepsRoute {
+  public:
+    // Requires rowMajor to admit min(rows, columns) pairs on finite elements, and survey to be its survey,
+    // with exactRange > 0 and, for a matrix taller than wide, the column facts.
+    ExactStepsRoute(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey);
+    ~ExactStepsRoute();
+    ExactStepsRoute(ExactStepsRoute const&) = delete;
+    ExactStepsRoute& operator=(ExactStepsRoute const&) = delete;
+
+    // Whether more than `limit` columns hold more than one zero of the reduced matrix; for a matrix taller
+    // than wide, whether more than `limit` columns hold their minimum more than once. Reads each column up
+    // to its second zero, and no further column once the answer is known.
+    bool moreColumnsWithRepeatedZeroThan(int limit) const;
+
+    // Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres
+    // steps return for this matrix; false, leaving assignment unspecified, when the values would leave the
+    // exact range on the way.
+    bool solve(int* assignment) const;
+
+  private:
+    std::vector<std::vector<double>> const& rowMajor_;
+    MatrixSurvey const& survey_;
+    double const* lineMinimum_ = nullptr;  // the minima of the short side's lines, which the reduction took
+    double largestReduced_ = 0.0;
+    std::unique_ptr<float[]> floats_;  // the reduced matrix, column-major: one of the two is set
+    std::unique_ptr<double[]> doubles_;
+};
+
+// The route in one call: ExactStepsRoute(rowMajor, survey).solve(assignment), with the same requirements.
 bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
-                       double* distMatrix, int* assignment);
+                       int* assignment);
 
 }  // namespace Kestrel::assignment

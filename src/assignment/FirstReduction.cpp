@@ -19,6 +19,35 @@ bool isZero(double value) {
     return std::fabs(value) < DBL_EPSILON;
 }
 
+}  // namespace
+
+template <typename Cell>
+void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* coveredColumns, bool* coveredRows,
+                             int nOfRows, int nOfColumns) {
+    for (int row = 0; row < nOfRows; ++row) {
+        starColumn[row] = -1;
+    }
+    for (int col = 0; col < nOfColumns; ++col) {
+        Cell const* column = reduced + elementIndex(0, col, nOfRows);
+        for (int row = 0; row < nOfRows; ++row) {
+            if (isZero(column[row]) && !coveredRows[row]) {
+                starColumn[row] = col;
+                coveredColumns[col] = true;
+                coveredRows[row] = true;
+                break;
+            }
+        }
+    }
+    for (int row = 0; row < nOfRows; ++row) {
+        coveredRows[row] = false;
+    }
+}
+
+template void starFirstZerosOfColumns<double>(double const*, int*, bool*, bool*, int, int);
+template void starFirstZerosOfColumns<float>(float const*, int*, bool*, bool*, int, int);
+
+namespace {
+
 // Row reduction and first stars for a matrix that is not taller than wide: one star per row at most, in
 // the lowest uncovered column holding a zero; the starred columns end up covered. starColumn receives the
 // star's column per row (-1 for none). +infinity elements stay +infinity and are never zero.
@@ -73,22 +102,7 @@ void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColu
             lineMinimum[col] = minValue;
         }
     }
-    for (int row = 0; row < nOfRows; ++row) {
-        starColumn[row] = -1;
-    }
-    for (int col = 0; col < nOfColumns; ++col) {
-        for (int row = 0; row < nOfRows; ++row) {
-            if (isZero(distMatrix[elementIndex(row, col, nOfRows)]) && !coveredRows[row]) {
-                starColumn[row] = col;
-                coveredColumns[col] = true;
-                coveredRows[row] = true;
-                break;
-            }
-        }
-    }
-    for (int row = 0; row < nOfRows; ++row) {
-        coveredRows[row] = false;
-    }
+    starFirstZerosOfColumns(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns);
 }
 
 }  // namespace
@@ -105,17 +119,23 @@ int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, boo
 }
 
 template <typename Cell>
-void writeRowReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
-                            Cell* reduced, int nOfRows, int nOfColumns) {
-    writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [rowMinimum](int row, double value) {
-        return static_cast<Cell>(value - rowMinimum[row]);
-    });
+void writeReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* lineMinimum,
+                         Cell* reduced, int nOfRows, int nOfColumns) {
+    if (nOfRows <= nOfColumns) {
+        writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [lineMinimum](int row, int, double value) {
+            return static_cast<Cell>(value - lineMinimum[row]);
+        });
+    } else {
+        writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [lineMinimum](int, int col, double value) {
+            return static_cast<Cell>(value - lineMinimum[col]);
+        });
+    }
 }
 
-template void writeRowReducedColumns<double>(std::vector<std::vector<double>> const&, double const*, double*,
-                                             int, int);
-template void writeRowReducedColumns<float>(std::vector<std::vector<double>> const&, double const*, float*,
-                                            int, int);
+template void writeReducedColumns<double>(std::vector<std::vector<double>> const&, double const*, double*,
+                                          int, int);
+template void writeReducedColumns<float>(std::vector<std::vector<double>> const&, double const*, float*, int,
+                                         int);
 
 void starFirstZerosOfRows(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
                           int* starColumn, int nOfColumns) {

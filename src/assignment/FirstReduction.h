@@ -15,12 +15,21 @@ namespace Kestrel::assignment {
 int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows, int nOfRows,
                   int nOfColumns, double* lineMinimum = nullptr);
 
-// The reduction of a matrix not taller than wide written straight from the caller's rows into a
-// column-major array: reduced[row + rows * col] = rowMajor[row][col] - rowMinimum[row], converted to Cell
-// (double or float; for float every such value must be a float exactly). +infinity stays +infinity.
+// The first reduction written straight from the caller's rows into a column-major array: reduced[row + rows
+// * col] = rowMajor[row][col] - lineMinimum[row] for a matrix not taller than wide, - lineMinimum[col] for a
+// taller one, converted to Cell (double or float; for float every such value must be a float exactly).
+// +infinity stays +infinity.
 template <typename Cell>
-void writeRowReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
-                            Cell* reduced, int nOfRows, int nOfColumns);
+void writeReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* lineMinimum,
+                         Cell* reduced, int nOfRows, int nOfColumns);
+
+// The first star pass of a reduced column-major matrix taller than wide: each column in ascending order
+// stars its lowest zero in a row not yet covered, covering the column and the row; the rows are uncovered
+// again at the end. Requires coveredColumns and coveredRows zeroed. starColumn[row] receives the column
+// of the row's star or -1.
+template <typename Cell>
+void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* coveredColumns, bool* coveredRows,
+                             int nOfRows, int nOfColumns);
 
 // The first star pass of a matrix not taller than wide, along the caller's rows: each row in ascending order
 // stars the lowest column not yet starred whose reduced value rowMajor[row][col] - rowMinimum[row] is a

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -27,7 +28,7 @@ using Kestrel::assignment::elementIndex;
 void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* columnMajor, int nOfRows,
                      int nOfColumns) {
     Kestrel::assignment::writeColumnMajor(rows, columnMajor, nOfRows, nOfColumns,
-                                          [](int, double value) { return value; });
+                                          [](int, int, double value) { return value; });
 }
 
 std::unique_ptr<double[]> makeColumnMajorCopy(std::vector<std::vector<double>> const& rows, int nOfRows,
@@ -67,7 +68,7 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     if (DistMatrix.empty()) {
         return 0.0;
     }
-    Kestrel::assignment::MatrixSurvey const survey = Kestrel::assignment::surveyMatrix(DistMatrix);
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(DistMatrix);
     Kestrel::assignment::MatrixShape const shape = survey.shape;
     if (shape.forbiddenPairs && !Kestrel::assignment::hasCompleteMatching(DistMatrix, shape)) {
         throw std::invalid_argument("cost matrix is infeasible");
@@ -81,30 +82,35 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
 
-    // A matrix that is not taller than wide goes to the unique-optimum proof and, when the proof does not
-    // apply, to the exact steps (for matrices on which every value of the steps is exact: integers are the
-    // common case, and ties are common there) straight from its rows; the column-major copy is made only
-    // when the steps as they stand run. A taller matrix is copied first: the proof reads its columns, and
-    // the exact steps reduce the copy in place, so that it is made again should they leave the exact range.
-    // A fast route's cost adds the same cells in the same row order as computeassignmentcost, read from the
-    // caller's rows.
+    // The unique-optimum proof goes first; when it does not apply, matrices on which every value of the
+    // steps is exact (integers are the common case, and ties are common there) take the exact steps, which
+    // build their own reduced matrix from the rows. The proof reads the short side's lines: the caller's
+    // rows, or for a taller matrix the columns of the column-major copy. On a taller matrix on the exact
+    // grid the exact steps' reduced matrix is built first: its columns show whether the matrix is too full
+    // of ties for the proof, in which case the copy is not made. The copy is otherwise made only when the
+    // steps as they stand run. A fast route's cost adds the same cells in the same row order as
+    // computeassignmentcost, read from the caller's rows.
     bool const wide = nOfRows <= nOfColumns;
     double const range = allowFastRoutes ? survey.exactRange : 0.0;
-    bool solvedFast = allowFastRoutes && wide &&
-                      findUniqueOptimum(DistMatrix, nullptr, shape, range, assignment.get()) ==
-                          UniqueOptimumOutcome::Proved;
-    std::unique_ptr<double[]> distMatrixIn;
-    if (!solvedFast && !wide) {
-        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
-        solvedFast = allowFastRoutes && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range,
-                                                          assignment.get()) == UniqueOptimumOutcome::Proved;
+    std::optional<Kestrel::assignment::ExactStepsRoute> exactRoute;
+    bool proofMayApply = allowFastRoutes;
+    if (!wide && range > 0.0) {
+        Kestrel::assignment::surveyColumns(DistMatrix, &survey);
+        exactRoute.emplace(DistMatrix, survey);
+        proofMayApply = !exactRoute->moreColumnsWithRepeatedZeroThan(
+            Kestrel::assignment::mostLinesWithRepeatedMinimum(nOfColumns));
     }
+    std::unique_ptr<double[]> distMatrixIn;
+    if (!wide && proofMayApply) {
+        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
+    }
+    bool solvedFast = proofMayApply && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range,
+                                                         assignment.get()) == UniqueOptimumOutcome::Proved;
     if (!solvedFast && range > 0.0) {
-        solvedFast =
-            Kestrel::assignment::solveByExactSteps(DistMatrix, survey, distMatrixIn.get(), assignment.get());
-        if (!solvedFast && !wide) {
-            copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
+        if (!exactRoute) {
+            exactRoute.emplace(DistMatrix, survey);
         }
+        solvedFast = exactRoute->solve(assignment.get());
     }
     if (!solvedFast && !distMatrixIn) {
         distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);

@@ -62,6 +62,34 @@ inline void lowerToElementwiseMinimum(double* minimum, Cell const* values, int n
     }
 }
 
+// For k in [0, n): minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k] (an equal value keeps the
+// earlier minimum) and maximum[k] = values[k] > maximum[k] ? values[k] : maximum[k], where with
+// kFiniteMaximum a value of +infinity never raises the maximum.
+template <bool kFiniteMaximum>
+inline void widenToElementwiseExtremes(double* minimum, double* maximum, double const* values, int n) {
+    double const inf = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const infs = _mm_set1_pd(inf);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const value = _mm_loadu_pd(values + k);
+        _mm_storeu_pd(minimum + k, _mm_min_pd(value, _mm_loadu_pd(minimum + k)));
+        __m128d const previous = _mm_loadu_pd(maximum + k);
+        if (kFiniteMaximum) {
+            __m128d const raise = _mm_and_pd(_mm_cmplt_pd(value, infs), _mm_cmpgt_pd(value, previous));
+            _mm_storeu_pd(maximum + k, _mm_or_pd(_mm_and_pd(raise, value), _mm_andnot_pd(raise, previous)));
+        } else {
+            _mm_storeu_pd(maximum + k, _mm_max_pd(value, previous));
+        }
+    }
+#endif
+    for (; k < n; ++k) {
+        double const value = values[k];
+        minimum[k] = value < minimum[k] ? value : minimum[k];
+        maximum[k] = (!kFiniteMaximum || value < inf) && value > maximum[k] ? value : maximum[k];
+    }
+}
+
 // Smallest and largest of values[0 .. n), n >= 1, all finite.
 inline void lineExtremes(double const* values, int n, double* minimum, double* maximum) {
     double low = values[0];
@@ -112,14 +140,14 @@ struct Below {
 };
 
 // Number of values[0 .. n) for which Comparison::one(value, target) holds.
-template <typename Comparison>
-inline int countWhere(double const* values, int n, double target) {
+template <typename Comparison, typename Cell>
+inline int countWhere(Cell const* values, int n, double target) {
     int count = 0;
     int k = 0;
 #if KESTREL_USE_SSE2
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
-        int const mask = _mm_movemask_pd(Comparison::lanes(_mm_loadu_pd(values + k), targets));
+        int const mask = _mm_movemask_pd(Comparison::lanes(loadTwo(values + k), targets));
         count += (mask & 1) + (mask >> 1);
     }
 #endif
@@ -130,7 +158,8 @@ inline int countWhere(double const* values, int n, double target) {
 }
 
 // Number of values[0 .. n) equal to `target`.
-inline int countEqual(double const* values, int n, double target) {
+template <typename Cell>
+inline int countEqual(Cell const* values, int n, double target) {
     return countWhere<EqualTo>(values, n, target);
 }
 

@@ -111,7 +111,8 @@ MatrixSurvey surveyMatrix(std::vector<std::vector<double>> const& matrix) {
     }
     int const n = static_cast<int>(nOfColumns);
     double const inf = std::numeric_limits<double>::infinity();
-    MatrixSurvey survey{{static_cast<int>(matrix.size()), n, false}, 0, 0.0, 0, {}, {}};
+    MatrixSurvey survey;
+    survey.shape = MatrixShape{static_cast<int>(matrix.size()), n, false};
     survey.rowMinimum.assign(matrix.size(), inf);
     survey.rowLargestFinite.assign(matrix.size(), -inf);
     GridFinder grid;
@@ -151,6 +152,22 @@ MatrixSurvey surveyMatrix(std::vector<std::vector<double>> const& matrix) {
     survey.gridExponent = grid.exponent();
     survey.exactRange = grid.tooFine() ? 0.0 : rangeOfGrid(survey.gridExponent, largestMagnitude);
     return survey;
+}
+
+void surveyColumns(std::vector<std::vector<double>> const& matrix, MatrixSurvey* survey) {
+    int const nOfColumns = survey->shape.columns;
+    double const inf = std::numeric_limits<double>::infinity();
+    survey->columnMinimum.assign(matrix.front().begin(), matrix.front().end());
+    survey->columnLargestFinite.assign(static_cast<std::size_t>(nOfColumns), -inf);
+    double* minimum = survey->columnMinimum.data();
+    double* largest = survey->columnLargestFinite.data();
+    for (std::vector<double> const& row : matrix) {
+        if (survey->shape.forbiddenPairs) {
+            widenToElementwiseExtremes<true>(minimum, largest, row.data(), nOfColumns);
+        } else {
+            widenToElementwiseExtremes<false>(minimum, largest, row.data(), nOfColumns);
+        }
+    }
 }
 
 MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix) {

@@ -15,16 +15,20 @@ struct MatrixShape {
 
 // What one pass over the caller's rows tells about the matrix.
 struct MatrixSurvey {
-    MatrixShape shape;
-    std::size_t negativeElements;  // elements below 0 (-0.0 is not below 0; +infinity never is)
+    MatrixShape shape{0, 0, false};
+    std::size_t negativeElements = 0;  // elements below 0 (-0.0 is not below 0; +infinity never is)
     // The bound below which every value the Munkres steps form is exact: 2^(52 + gridExponent) when every
     // finite element is a multiple of 2^gridExponent, gridExponent >= -52 (so that a non-zero working
     // value is never below DBL_EPSILON) and twice the largest finite magnitude stays below the bound; 0
     // when the matrix does not qualify.
-    double exactRange;
-    int gridExponent;  // the coarsest such exponent (0 for a matrix without non-zero finite elements)
+    double exactRange = 0.0;
+    int gridExponent = 0;  // the coarsest such exponent (0 for a matrix without non-zero finite elements)
     std::vector<double> rowMinimum;        // per row: its smallest element
     std::vector<double> rowLargestFinite;  // per row: its largest element below +infinity
+    // Filled by surveyColumns only: per column its smallest element (the first such in row order) and its
+    // largest element below +infinity.
+    std::vector<double> columnMinimum;
+    std::vector<double> columnLargestFinite;
 };
 
 // Index of element (row, col) in a column-major matrix with nOfRows rows, computed in std::size_t so that
@@ -33,8 +37,8 @@ inline std::size_t elementIndex(int row, int col, int nOfRows) {
     return static_cast<std::size_t>(row) + static_cast<std::size_t>(nOfRows) * static_cast<std::size_t>(col);
 }
 
-// Writes columnMajor[elementIndex(row, col, nOfRows)] = cell(row, rowMajor[row][col]) for every element, in
-// tiles of rows by columns, so that both the rows read and the columns written stay in cache.
+// Writes columnMajor[elementIndex(row, col, nOfRows)] = cell(row, col, rowMajor[row][col]) for every element,
+// in tiles of rows by columns, so that both the rows read and the columns written stay in cache.
 template <typename Cell, typename CellOf>
 void writeColumnMajor(std::vector<std::vector<double>> const& rowMajor, Cell* columnMajor, int nOfRows,
                       int nOfColumns, CellOf cell) {
@@ -46,7 +50,7 @@ void writeColumnMajor(std::vector<std::vector<double>> const& rowMajor, Cell* co
             for (int row = rowStart; row < rowEnd; ++row) {
                 double const* values = rowMajor[row].data();
                 for (int col = colStart; col < colEnd; ++col) {
-                    columnMajor[elementIndex(row, col, nOfRows)] = cell(row, values[col]);
+                    columnMajor[elementIndex(row, col, nOfRows)] = cell(row, col, values[col]);
                 }
             }
         }
@@ -59,6 +63,10 @@ void writeColumnMajor(std::vector<std::vector<double>> const& rowMajor, Cell* co
 // first row's or when an element is NaN or -infinity; the message names the first offending row or element
 // in row order.
 MatrixSurvey surveyMatrix(std::vector<std::vector<double>> const& matrix);
+
+// Adds the column facts to the survey of a matrix with at least one column, reading the rows in order (one
+// contiguous pass, no copy).
+void surveyColumns(std::vector<std::vector<double>> const& matrix, MatrixSurvey* survey);
 
 // The shape part of surveyMatrix, with the same checks and errors.
 MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix);

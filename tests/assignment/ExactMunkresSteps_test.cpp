@@ -60,11 +60,11 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
 
 // The whole route as Solve calls it.
 bool routeTakesIt(Matrix const& matrix) {
-    std::vector<double> values = columnMajor(matrix);
     std::vector<int> assignment(matrix.size());
-    Kestrel::assignment::MatrixSurvey const survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::surveyColumns(matrix, &survey);
     return survey.exactRange > 0.0 &&
-           Kestrel::assignment::solveByExactSteps(matrix, survey, values.data(), assignment.data());
+           Kestrel::assignment::solveByExactSteps(matrix, survey, assignment.data());
 }
 
 // Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.

@@ -213,8 +213,47 @@ TEST(LineScans, FloatLinesScanAsTheirDoubles) {
         positionsInWide.resize(positionsOfValue(wide.data(), n, 0.0, positionsInWide.data()));
         positionsInNarrow.resize(positionsOfValue(narrow.data(), n, 0.0, positionsInNarrow.data()));
         EXPECT_EQ(positionsInNarrow, positionsInWide) << n;
+        EXPECT_EQ(countEqual(narrow.data(), n, 0.0), countEqual(wide.data(), n, 0.0)) << n;
+        EXPECT_EQ(countEqual(narrow.data(), n, inf), countEqual(wide.data(), n, inf)) << n;
         EXPECT_EQ(positionsInWide.size(), static_cast<std::size_t>(std::count(wide.begin(), wide.end(), 0.0)))
             << n;
+    }
+}
+
+// The column extremes taken row by row, against plain loops: the minimum keeps the earlier of equal values
+// (-0.0 before 0.0), and the finite maximum passes over +infinity.
+TEST(LineScans, ElementwiseExtremesMatchPlainLoopsForEveryLength) {
+    std::mt19937 engine(15);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> minimum = randomLine(engine, n);
+        std::vector<double> maximum = randomLine(engine, n);
+        std::vector<double> values = randomLine(engine, n);
+        for (int k = 0; k < n; ++k) {
+            values[k] = k % 4 == 1 ? inf : (k % 4 == 2 ? -0.0 : values[k]);
+            minimum[k] = k % 4 == 2 ? 0.0 : minimum[k];
+        }
+        for (bool const finiteMaximum : {false, true}) {
+            std::vector<double> expectedMinimum = minimum;
+            std::vector<double> expectedMaximum = maximum;
+            for (int k = 0; k < n; ++k) {
+                expectedMinimum[k] = values[k] < minimum[k] ? values[k] : minimum[k];
+                bool const counts = !finiteMaximum || values[k] < inf;
+                expectedMaximum[k] = counts && values[k] > maximum[k] ? values[k] : maximum[k];
+            }
+            std::vector<double> lowered = minimum;
+            std::vector<double> raised = maximum;
+            if (finiteMaximum) {
+                widenToElementwiseExtremes<true>(lowered.data(), raised.data(), values.data(), n);
+            } else {
+                widenToElementwiseExtremes<false>(lowered.data(), raised.data(), values.data(), n);
+            }
+            for (int k = 0; k < n; ++k) {
+                EXPECT_EQ(std::signbit(lowered[k]), std::signbit(expectedMinimum[k])) << n << " at " << k;
+            }
+            EXPECT_EQ(lowered, expectedMinimum) << n;
+            EXPECT_EQ(raised, expectedMaximum) << n;
+        }
     }
 }
 
