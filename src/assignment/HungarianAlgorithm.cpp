@@ -40,17 +40,23 @@ std::unique_ptr<double[]> makeColumnMajorCopy(std::vector<std::vector<double>> c
 
 // One line per negative element on std::cerr, flushed. The lines go out in blocks rather than one flush
 // each: the text is the same, and a matrix of a million negative costs does not spend seconds flushing.
+// The block is built once and written whole, then in part for the remaining lines.
 void writeNegativeElementMessages(std::size_t count) {
+    if (count == 0) {
+        return;
+    }
     static char const kLine[] = "All matrix elements have to be non-negative.\n";
+    constexpr std::size_t kLineLength = sizeof(kLine) - 1;
     constexpr std::size_t kLinesPerBlock = 4096;
     std::string block;
+    std::size_t const linesInBlock = std::min(count, kLinesPerBlock);
+    block.reserve(linesInBlock * kLineLength);
+    for (std::size_t k = 0; k < linesInBlock; ++k) {
+        block.append(kLine, kLineLength);
+    }
     while (count > 0) {
         std::size_t const lines = std::min(count, kLinesPerBlock);
-        block.clear();
-        for (std::size_t k = 0; k < lines; ++k) {
-            block += kLine;
-        }
-        std::cerr << block;
+        std::cerr.write(block.data(), static_cast<std::streamsize>(lines * kLineLength));
         count -= lines;
     }
     std::cerr.flush();
