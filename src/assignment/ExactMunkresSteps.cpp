@@ -183,8 +183,11 @@ class ExactSteps {
             columnKey_[col] = coveredColumn_[col] ? std::numeric_limits<double>::quiet_NaN()
                                                   : columnSubtracted_[col] - adjustmentTotal_;
             zeroHead_[col] = 0;
-            dropRaisedZeros(col);
+            if (adjustedInPhase_) {
+                dropRaisedZeros(col);
+            }
         }
+        adjustedInPhase_ = false;
         withZeros_.clear();
         for (int const col : unstarredColumns_) {
             if (!zeroRows_[col].empty()) {
@@ -197,7 +200,8 @@ class ExactSteps {
 
     // Takes the zeros that adjustments raised off the column's list, so that lists do not grow with the
     // number of adjustments. Called when a phase begins: every row is uncovered and the potentials are
-    // written.
+    // written. A phase without adjustments raised nothing (and its lists hold only zeros), so the lists
+    // are then left as they are.
     void dropRaisedZeros(int col) {
         std::vector<int>& zeros = zeroRows_[col];
         Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
@@ -386,6 +390,7 @@ class ExactSteps {
         if (!(h > 0.0) || !(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
             return false;
         }
+        adjustedInPhase_ = true;
         for (int k = 0; k < nOfRowsAtSmallest_; ++k) {
             collectNewZerosOfRow(rowsAtSmallest_[k]);
         }
@@ -402,6 +407,7 @@ class ExactSteps {
     double range_;
     double largestReduced_;         // the largest finite value of the reduced matrix
     double adjustmentTotal_ = 0.0;  // sum of every adjustment so far
+    bool adjustedInPhase_ = false;  // whether the current phase has adjusted the matrix
     int* starColumn_;
     std::vector<int> starRow_;
     std::vector<double> rowAdded_;          // per row: adjustments gained while covered in ended phases
@@ -448,10 +454,8 @@ bool starAndRunSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSur
     if (nOfRows <= nOfColumns) {
         starFirstZerosOfRows(rowMajor, lineMinimum, assignment, nOfColumns);
     } else {
-        std::unique_ptr<bool[]> covers(
-            new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-        starFirstZerosOfColumns(reduced, assignment, covers.get(), covers.get() + nOfColumns, nOfRows,
-                                nOfColumns);
+        std::unique_ptr<bool[]> coveredColumns(new bool[static_cast<std::size_t>(nOfColumns)]());
+        starFirstZerosOfColumns(reduced, assignment, coveredColumns.get(), nOfRows, nOfColumns);
     }
     return ExactSteps<Cell>(reduced, rowMajor, lineMinimum, largestReduced, nOfRows, nOfColumns,
                             survey.exactRange, assignment)

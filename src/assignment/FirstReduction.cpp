@@ -9,6 +9,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace Kestrel::assignment {
@@ -21,30 +22,36 @@ bool isZero(double value) {
 
 }  // namespace
 
+// The rows not yet covered are kept as bits, so that a column tests only those.
 template <typename Cell>
-void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* coveredColumns, bool* coveredRows,
-                             int nOfRows, int nOfColumns) {
+void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* coveredColumns, int nOfRows,
+                             int nOfColumns) {
+    std::size_t const nOfWords = (static_cast<std::size_t>(nOfRows) + 63) / 64;
+    std::vector<std::uint64_t> uncovered(nOfWords, ~std::uint64_t{0});
+    if (nOfRows % 64 != 0) {
+        uncovered.back() = (std::uint64_t{1} << (nOfRows % 64)) - 1;
+    }
     for (int row = 0; row < nOfRows; ++row) {
         starColumn[row] = -1;
     }
     for (int col = 0; col < nOfColumns; ++col) {
         Cell const* column = reduced + elementIndex(0, col, nOfRows);
-        for (int row = 0; row < nOfRows; ++row) {
-            if (isZero(column[row]) && !coveredRows[row]) {
-                starColumn[row] = col;
-                coveredColumns[col] = true;
-                coveredRows[row] = true;
-                break;
+        for (std::size_t word = 0; word < nOfWords && !coveredColumns[col]; ++word) {
+            for (std::uint64_t bits = uncovered[word]; bits != 0; bits &= bits - 1) {
+                int const row = static_cast<int>(word * 64) + __builtin_ctzll(bits);
+                if (isZero(column[row])) {
+                    starColumn[row] = col;
+                    coveredColumns[col] = true;
+                    uncovered[word] &= ~(std::uint64_t{1} << (row % 64));
+                    break;
+                }
             }
         }
     }
-    for (int row = 0; row < nOfRows; ++row) {
-        coveredRows[row] = false;
-    }
 }
 
-template void starFirstZerosOfColumns<double>(double const*, int*, bool*, bool*, int, int);
-template void starFirstZerosOfColumns<float>(float const*, int*, bool*, bool*, int, int);
+template void starFirstZerosOfColumns<double>(double const*, int*, bool*, int, int);
+template void starFirstZerosOfColumns<float>(float const*, int*, bool*, int, int);
 
 namespace {
 
@@ -85,8 +92,8 @@ void reduceRowsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns
 // Column reduction and first stars for a matrix taller than wide: one star per column at most, in the
 // lowest uncovered row holding a zero. Starred columns stay covered; the rows are uncovered again.
 // starColumn is filled as by reduceRowsAndStar.
-void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows,
-                          int nOfRows, int nOfColumns, double* lineMinimum) {
+void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows,
+                          int nOfColumns, double* lineMinimum) {
     for (int col = 0; col < nOfColumns; ++col) {
         double* column = distMatrix + elementIndex(0, col, nOfRows);
         double minValue = column[0];
@@ -102,19 +109,18 @@ void reduceColumnsAndStar(double* distMatrix, int* starColumn, bool* coveredColu
             lineMinimum[col] = minValue;
         }
     }
-    starFirstZerosOfColumns(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns);
+    starFirstZerosOfColumns(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns);
 }
 
 }  // namespace
 
-int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, bool* coveredRows, int nOfRows,
-                  int nOfColumns, double* lineMinimum) {
+int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows, int nOfColumns,
+                  double* lineMinimum) {
     if (nOfRows <= nOfColumns) {
         reduceRowsAndStar(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns, lineMinimum);
         return nOfRows;
     }
-    reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, coveredRows, nOfRows, nOfColumns,
-                         lineMinimum);
+    reduceColumnsAndStar(distMatrix, starColumn, coveredColumns, nOfRows, nOfColumns, lineMinimum);
     return nOfColumns;
 }
 
@@ -137,18 +143,27 @@ template void writeReducedColumns<double>(std::vector<std::vector<double>> const
 template void writeReducedColumns<float>(std::vector<std::vector<double>> const&, double const*, float*, int,
                                          int);
 
+// The columns not yet starred are kept as bits, so that a row tests only those: once most columns hold a
+// star, a row no longer walks past them.
 void starFirstZerosOfRows(std::vector<std::vector<double>> const& rowMajor, double const* rowMinimum,
                           int* starColumn, int nOfColumns) {
-    std::vector<char> starred(static_cast<std::size_t>(nOfColumns), 0);
+    std::size_t const nOfWords = (static_cast<std::size_t>(nOfColumns) + 63) / 64;
+    std::vector<std::uint64_t> unstarred(nOfWords, ~std::uint64_t{0});
+    if (nOfColumns % 64 != 0) {
+        unstarred.back() = (std::uint64_t{1} << (nOfColumns % 64)) - 1;
+    }
     for (std::size_t row = 0; row < rowMajor.size(); ++row) {
         double const* values = rowMajor[row].data();
         double const minimum = rowMinimum[row];
         starColumn[row] = -1;
-        for (int col = 0; col < nOfColumns; ++col) {
-            if (isZero(values[col] - minimum) && !starred[col]) {
-                starColumn[row] = col;
-                starred[col] = 1;
-                break;
+        for (std::size_t word = 0; word < nOfWords && starColumn[row] < 0; ++word) {
+            for (std::uint64_t bits = unstarred[word]; bits != 0; bits &= bits - 1) {
+                int const col = static_cast<int>(word * 64) + __builtin_ctzll(bits);
+                if (isZero(values[col] - minimum)) {
+                    starColumn[row] = col;
+                    unstarred[word] &= ~(std::uint64_t{1} << (col % 64));
+                    break;
+                }
             }
         }
     }

@@ -156,8 +156,8 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
     bool* primeMatrix = starMatrix + nOfElements;
     bool* newStarMatrix = primeMatrix + nOfElements;
 
-    int const minDim = Kestrel::assignment::reduceAndStar(distMatrix.get(), assignment, coveredColumns,
-                                                          coveredRows, nOfRows, nOfColumns);
+    int const minDim =
+        Kestrel::assignment::reduceAndStar(distMatrix.get(), assignment, coveredColumns, nOfRows, nOfColumns);
     for (int row = 0; row < nOfRows; ++row) {
         if (assignment[row] >= 0) {
             std::size_t const index = elementIndex(row, assignment[row], nOfRows);

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "InstructionSets.h"
 
@@ -268,6 +269,19 @@ inline int positionsOfValue(Cell const* values, int n, double target, int* posit
     int count = 0;
     int k = 0;
 #if KESTREL_USE_SSE2
+    // Floats four at a time, passing over a group without a match at once (the zeros of a reduced column
+    // are few). Comparing as floats is comparing as doubles when the target is itself a float.
+    if constexpr (std::is_same_v<Cell, float>) {
+        if (static_cast<double>(static_cast<float>(target)) == target) {
+            __m128 const targets = _mm_set1_ps(static_cast<float>(target));
+            for (; k + 4 <= n; k += 4) {
+                for (int mask = _mm_movemask_ps(_mm_cmpeq_ps(_mm_loadu_ps(values + k), targets)); mask != 0;
+                     mask &= mask - 1) {
+                    positions[count++] = k + __builtin_ctz(static_cast<unsigned>(mask));
+                }
+            }
+        }
+    }
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
         int const mask = _mm_movemask_pd(_mm_cmpeq_pd(loadTwo(values + k), targets));

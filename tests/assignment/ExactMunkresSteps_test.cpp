@@ -48,11 +48,11 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
         return {};
     }
     std::vector<int> assignment(nRows);
-    std::vector<char> covers(nRows + nCols, 0);
+    std::vector<char> covers(nCols, 0);
     bool* coveredColumns = reinterpret_cast<bool*>(covers.data());
     std::vector<double> lineMinimum(std::min(nRows, nCols));
-    Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns,
-                                       coveredColumns + nCols, nRows, nCols, lineMinimum.data());
+    Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns, nRows, nCols,
+                                       lineMinimum.data());
     bool const solved = Kestrel::assignment::continueStepsExactly(values.data(), matrix, lineMinimum.data(),
                                                                   nRows, nCols, range, assignment.data());
     return solved ? assignment : std::vector<int>();
