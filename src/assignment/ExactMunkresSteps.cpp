@@ -156,7 +156,7 @@ class ExactSteps {
 
     // The working value of an uncovered row in an uncovered column.
     double uncoveredValue(int row, int col) const {
-        return (static_cast<double>(reduced_[elementIndex(row, col, nOfRows_)]) + rowAdded_[row]) -
+        return (widen(reduced_[elementIndex(row, col, nOfRows_)]) + rowAdded_[row]) -
                columnSubtractedNow(col);
     }
 
@@ -206,10 +206,10 @@ class ExactSteps {
         std::vector<int>& zeros = zeroRows_[col];
         Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         double const subtracted = columnSubtracted_[col];
-        zeros.erase(
-            std::remove_if(zeros.begin(), zeros.end(),
-                           [&](int row) { return (column[row] + rowAdded_[row]) - subtracted != 0.0; }),
-            zeros.end());
+        zeros.erase(std::remove_if(
+                        zeros.begin(), zeros.end(),
+                        [&](int row) { return (widen(column[row]) + rowAdded_[row]) - subtracted != 0.0; }),
+                    zeros.end());
     }
 
     void coverRow(int row) {
@@ -297,7 +297,7 @@ class ExactSteps {
         Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         int nOfAffectedRows = 0;
         for (int row = 0; row < nOfRows_; ++row) {
-            nOfAffectedRows += column[row] == rowMinimumOverUnstarred_[row] ? 1 : 0;
+            nOfAffectedRows += widen(column[row]) == rowMinimumOverUnstarred_[row] ? 1 : 0;
         }
         if (nOfAffectedRows > nOfRows_ / kRowsForAColumnPass) {
             std::fill(rowMinimumOverUnstarred_.begin(), rowMinimumOverUnstarred_.end(),
@@ -309,7 +309,7 @@ class ExactSteps {
             return;
         }
         for (int row = 0; row < nOfRows_; ++row) {
-            if (column[row] != rowMinimumOverUnstarred_[row]) {
+            if (widen(column[row]) != rowMinimumOverUnstarred_[row]) {
                 continue;
             }
             double const* values = rowMajor_[row].data();
@@ -437,6 +437,12 @@ class ExactSteps {
 };
 
 // Whether every reduced value, a multiple of 2^gridExponent from 0 to largestReduced (or +infinity), is a
+// narrow cell: an integer below NarrowCell::kForbidden (or +infinity).
+bool fitsNarrowCells(double largestReduced, int gridExponent) {
+    return gridExponent >= 0 && largestReduced < NarrowCell::kForbidden;
+}
+
+// Whether every reduced value, a multiple of 2^gridExponent from 0 to largestReduced (or +infinity), is a
 // float exactly: fewer than 2^24 steps of the grid, within the float range (the grid itself, at least 2^-52,
 // lies far above the smallest float).
 bool fitsFloat(double largestReduced, int gridExponent) {
@@ -469,7 +475,7 @@ bool moreColumnsWithRepeatedZero(Cell const* reduced, int nOfRows, int nOfColumn
         Cell const* column = reduced + elementIndex(0, col, nOfRows);
         int zeros = 0;
         for (int row = 0; row < nOfRows && zeros < 2; ++row) {
-            zeros += column[row] == Cell{0} ? 1 : 0;
+            zeros += widen(column[row]) == 0.0 ? 1 : 0;
         }
         count += zeros > 1 ? 1 : 0;
     }
@@ -506,29 +512,40 @@ ExactStepsRoute::ExactStepsRoute(std::vector<std::vector<double>> const& rowMajo
         largestReduced_ = std::max(largestReduced_, lineLargest[line] - lineMinimum[line]);
     }
     std::size_t const nOfElements = elementIndex(0, survey.shape.columns, survey.shape.rows);
-    if (fitsFloat(largestReduced_, survey.gridExponent)) {
+    int const nOfRows = survey.shape.rows;
+    int const nOfColumns = survey.shape.columns;
+    if (fitsNarrowCells(largestReduced_, survey.gridExponent)) {
+        narrowCells_.reset(new NarrowCell[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, narrowCells_.get(), nOfRows, nOfColumns);
+    } else if (fitsFloat(largestReduced_, survey.gridExponent)) {
         floats_.reset(new float[nOfElements]);
-        writeReducedColumns(rowMajor, lineMinimum_, floats_.get(), survey.shape.rows, survey.shape.columns);
+        writeReducedColumns(rowMajor, lineMinimum_, floats_.get(), nOfRows, nOfColumns);
     } else {
         doubles_.reset(new double[nOfElements]);
-        writeReducedColumns(rowMajor, lineMinimum_, doubles_.get(), survey.shape.rows, survey.shape.columns);
+        writeReducedColumns(rowMajor, lineMinimum_, doubles_.get(), nOfRows, nOfColumns);
     }
 }
 
 ExactStepsRoute::~ExactStepsRoute() = default;
 
+template <typename Visit>
+auto ExactStepsRoute::visitStorage(Visit visit) const {
+    if (narrowCells_) {
+        return visit(narrowCells_.get());
+    }
+    return floats_ ? visit(floats_.get()) : visit(doubles_.get());
+}
+
 bool ExactStepsRoute::moreColumnsWithRepeatedZeroThan(int limit) const {
-    int const nOfRows = survey_.shape.rows;
-    int const nOfColumns = survey_.shape.columns;
-    return floats_ ? moreColumnsWithRepeatedZero(floats_.get(), nOfRows, nOfColumns, limit)
-                   : moreColumnsWithRepeatedZero(doubles_.get(), nOfRows, nOfColumns, limit);
+    return visitStorage([&](auto const* reduced) {
+        return moreColumnsWithRepeatedZero(reduced, survey_.shape.rows, survey_.shape.columns, limit);
+    });
 }
 
 bool ExactStepsRoute::solve(int* assignment) const {
-    return floats_
-               ? starAndRunSteps(rowMajor_, survey_, floats_.get(), lineMinimum_, largestReduced_, assignment)
-               : starAndRunSteps(rowMajor_, survey_, doubles_.get(), lineMinimum_, largestReduced_,
-                                 assignment);
+    return visitStorage([&](auto const* reduced) {
+        return starAndRunSteps(rowMajor_, survey_, reduced, lineMinimum_, largestReduced_, assignment);
+    });
 }
 
 bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,

@@ -14,6 +14,8 @@
 
 namespace Kestrel::assignment {
 
+struct NarrowCell;
+
 // The exact bound of a valid row-major matrix: surveyMatrix(rowMajor).exactRange (MatrixCheck.h).
 double exactRange(std::vector<std::vector<double>> const& rowMajor);
 
@@ -30,8 +32,9 @@ bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>
                           int* starColumn);
 
 // The whole route, built from the caller's rows: the constructor writes the first reduction into storage of
-// the route's own (floats when every reduced value is one exactly, else doubles); no copy of the caller's
-// matrix is made. The route keeps references to rowMajor and survey, which must outlive it.
+// the route's own, the narrowest that holds every reduced value exactly (two-byte integers, floats or
+// doubles); no copy of the caller's matrix is made. The route keeps references to rowMajor and survey, which
+// must outlive it.
 class ExactStepsRoute {
   public:
     // Requires rowMajor to admit min(rows, columns) pairs on finite elements, and survey to be its survey,
@@ -56,8 +59,14 @@ class ExactStepsRoute {
     MatrixSurvey const& survey_;
     double const* lineMinimum_ = nullptr;  // the minima of the short side's lines, which the reduction took
     double largestReduced_ = 0.0;
-    std::unique_ptr<float[]> floats_;  // the reduced matrix, column-major: one of the two is set
+    // The reduced matrix, column-major: one of the three is set.
+    std::unique_ptr<NarrowCell[]> narrowCells_;
+    std::unique_ptr<float[]> floats_;
     std::unique_ptr<double[]> doubles_;
+
+    // Calls visit(reduced) with the storage that is set.
+    template <typename Visit>
+    auto visitStorage(Visit visit) const;
 };
 
 // The route in one call: ExactStepsRoute(rowMajor, survey).solve(assignment), with the same requirements.

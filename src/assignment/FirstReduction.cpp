@@ -10,10 +10,25 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
+#include <type_traits>
 
 namespace Kestrel::assignment {
 namespace {
+
+// A reduced value in the storage of type Cell; it must be one exactly (for a narrow cell: an integer from 0
+// to 65534, or +infinity).
+template <typename Cell>
+Cell narrowTo(double value) {
+    if constexpr (std::is_same_v<Cell, NarrowCell>) {
+        // The only value above kForbidden is +infinity.
+        double const forbidden = NarrowCell::kForbidden;
+        return NarrowCell{static_cast<std::uint16_t>(static_cast<std::int32_t>(std::min(value, forbidden)))};
+    } else {
+        return static_cast<Cell>(value);
+    }
+}
 
 // The zero test of the first star pass.
 bool isZero(double value) {
@@ -39,7 +54,7 @@ void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* covered
         for (std::size_t word = 0; word < nOfWords && !coveredColumns[col]; ++word) {
             for (std::uint64_t bits = uncovered[word]; bits != 0; bits &= bits - 1) {
                 int const row = static_cast<int>(word * 64) + __builtin_ctzll(bits);
-                if (isZero(column[row])) {
+                if (isZero(widen(column[row]))) {
                     starColumn[row] = col;
                     coveredColumns[col] = true;
                     uncovered[word] &= ~(std::uint64_t{1} << (row % 64));
@@ -52,6 +67,7 @@ void starFirstZerosOfColumns(Cell const* reduced, int* starColumn, bool* covered
 
 template void starFirstZerosOfColumns<double>(double const*, int*, bool*, int, int);
 template void starFirstZerosOfColumns<float>(float const*, int*, bool*, int, int);
+template void starFirstZerosOfColumns<NarrowCell>(NarrowCell const*, int*, bool*, int, int);
 
 namespace {
 
@@ -129,11 +145,11 @@ void writeReducedColumns(std::vector<std::vector<double>> const& rowMajor, doubl
                          Cell* reduced, int nOfRows, int nOfColumns) {
     if (nOfRows <= nOfColumns) {
         writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [lineMinimum](int row, int, double value) {
-            return static_cast<Cell>(value - lineMinimum[row]);
+            return narrowTo<Cell>(value - lineMinimum[row]);
         });
     } else {
         writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [lineMinimum](int, int col, double value) {
-            return static_cast<Cell>(value - lineMinimum[col]);
+            return narrowTo<Cell>(value - lineMinimum[col]);
         });
     }
 }
@@ -142,6 +158,8 @@ template void writeReducedColumns<double>(std::vector<std::vector<double>> const
                                           int, int);
 template void writeReducedColumns<float>(std::vector<std::vector<double>> const&, double const*, float*, int,
                                          int);
+template void writeReducedColumns<NarrowCell>(std::vector<std::vector<double>> const&, double const*,
+                                              NarrowCell*, int, int);
 
 // The columns not yet starred are kept as bits, so that a row tests only those: once most columns hold a
 // star, a row no longer walks past them.

@@ -17,8 +17,8 @@ int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int
 
 // The first reduction written straight from the caller's rows into a column-major array: reduced[row + rows
 // * col] = rowMajor[row][col] - lineMinimum[row] for a matrix not taller than wide, - lineMinimum[col] for a
-// taller one, converted to Cell (double or float; for float every such value must be a float exactly).
-// +infinity stays +infinity.
+// taller one, converted to Cell (double, float or NarrowCell of LineScans.h; every such value must be one
+// exactly). +infinity stays +infinity.
 template <typename Cell>
 void writeReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* lineMinimum,
                          Cell* reduced, int nOfRows, int nOfColumns);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -18,14 +19,43 @@
 
 namespace Kestrel::assignment {
 
+// A cell of the narrowest storage of the exact steps' reduced matrix: an integer from 0 to 65534, or
+// kForbidden for +infinity. It converts to a double only through widen, so that no reading of it can miss
+// the +infinity.
+struct NarrowCell {
+    static constexpr std::uint16_t kForbidden = 65535;
+    std::uint16_t bits;
+};
+static_assert(sizeof(NarrowCell) == 2, "narrow cells are packed two bytes each");
+
+// The value of a cell of any storage as a double, exactly.
+inline double widen(double cell) {
+    return cell;
+}
+inline double widen(float cell) {
+    return cell;
+}
+inline double widen(NarrowCell cell) {
+    return cell.bits == NarrowCell::kForbidden ? std::numeric_limits<double>::infinity()
+                                               : static_cast<double>(cell.bits);
+}
+
 #if KESTREL_USE_SSE2
-// Two consecutive cells as doubles; the passes below read matrices stored as double or as float (every float
-// converts to a double exactly).
+// Two consecutive cells as doubles, as widen gives them; the passes below read matrices stored as doubles,
+// floats or narrow cells.
 inline __m128d loadTwo(double const* cells) {
     return _mm_loadu_pd(cells);
 }
 inline __m128d loadTwo(float const* cells) {
     return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(cells))));
+}
+inline __m128d loadTwo(NarrowCell const* cells) {
+    std::int32_t pair = 0;
+    std::memcpy(&pair, cells, sizeof(pair));
+    __m128d const values = _mm_cvtepi32_pd(_mm_unpacklo_epi16(_mm_cvtsi32_si128(pair), _mm_setzero_si128()));
+    // kForbidden + infinity is +infinity; every other value gains +0.0 and stays as it is.
+    __m128d const forbidden = _mm_cmpeq_pd(values, _mm_set1_pd(NarrowCell::kForbidden));
+    return _mm_add_pd(values, _mm_and_pd(forbidden, _mm_set1_pd(std::numeric_limits<double>::infinity())));
 }
 #endif
 
@@ -58,7 +88,7 @@ inline void lowerToElementwiseMinimum(double* minimum, Cell const* values, int n
     }
 #endif
     for (; k < n; ++k) {
-        double const value = values[k];
+        double const value = widen(values[k]);
         minimum[k] = value < minimum[k] ? value : minimum[k];
     }
 }
@@ -153,7 +183,7 @@ inline int countWhere(Cell const* values, int n, double target) {
     }
 #endif
     for (; k < n; ++k) {
-        count += Comparison::one(values[k], target) ? 1 : 0;
+        count += Comparison::one(widen(values[k]), target) ? 1 : 0;
     }
     return count;
 }
@@ -226,8 +256,7 @@ inline double lowerKeysByColumn(double* keys, Cell const* column, double const* 
     smallest = std::min(pair[0], pair[1]);
 #endif
     for (; k < n; ++k) {
-        double const candidate =
-            (((static_cast<double>(column[k]) + added[k]) - subtracted) + blocked[k]) + total;
+        double const candidate = (((widen(column[k]) + added[k]) - subtracted) + blocked[k]) + total;
         keys[k] = candidate < keys[k] ? candidate : keys[k];
         smallest = keys[k] < smallest ? keys[k] : smallest;
     }
@@ -282,6 +311,20 @@ inline int positionsOfValue(Cell const* values, int n, double target, int* posit
             }
         }
     }
+    // Narrow cells eight at a time, the same way; each cell sets two bits of the byte mask.
+    if constexpr (std::is_same_v<Cell, NarrowCell>) {
+        if (target >= 0.0 && target < NarrowCell::kForbidden && target == std::floor(target)) {
+            __m128i const targets =
+                _mm_set1_epi16(static_cast<std::int16_t>(static_cast<std::uint16_t>(target)));
+            for (; k + 8 <= n; k += 8) {
+                __m128i const cells = _mm_loadu_si128(reinterpret_cast<__m128i const*>(values + k));
+                for (int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(cells, targets)) & 0x5555; mask != 0;
+                     mask &= mask - 1) {
+                    positions[count++] = k + __builtin_ctz(static_cast<unsigned>(mask)) / 2;
+                }
+            }
+        }
+    }
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
         int const mask = _mm_movemask_pd(_mm_cmpeq_pd(loadTwo(values + k), targets));
@@ -290,7 +333,7 @@ inline int positionsOfValue(Cell const* values, int n, double target, int* posit
 #endif
     for (; k < n; ++k) {
         positions[count] = k;
-        count += static_cast<double>(values[k]) == target ? 1 : 0;
+        count += widen(values[k]) == target ? 1 : 0;
     }
     return count;
 }

@@ -183,8 +183,40 @@ TEST(LineScans, CountBelowMatchesPlainLoopForEveryLength) {
     }
 }
 
-// The passes that read the exact steps' narrow matrix give, on a float line, what they give on the same
-// values as doubles.
+// The passes that read the exact steps' reduced matrix give, on a line of narrower cells, what they give on
+// the doubles those cells stand for: key folding, elementwise minimum, positions and counts of values.
+template <typename Cell>
+void expectScansAgree(std::mt19937& engine, std::vector<Cell> const& narrow, std::vector<double> const& wide,
+                      std::vector<double> const& targets) {
+    int const n = static_cast<int>(wide.size());
+    std::vector<double> const added = randomLine(engine, n);
+    std::vector<double> const blocked(n, 0.0);
+    std::vector<double> keysFromWide = randomLine(engine, n);
+    std::vector<double> keysFromNarrow = keysFromWide;
+    EXPECT_EQ(
+        lowerKeysByColumn(keysFromNarrow.data(), narrow.data(), added.data(), blocked.data(), 0.5, 1.0, n),
+        lowerKeysByColumn(keysFromWide.data(), wide.data(), added.data(), blocked.data(), 0.5, 1.0, n));
+    EXPECT_EQ(keysFromNarrow, keysFromWide) << n;
+    std::vector<double> minimumOfWide(n, 70000.0);
+    std::vector<double> minimumOfNarrow(n, 70000.0);
+    lowerToElementwiseMinimum(minimumOfWide.data(), wide.data(), n);
+    lowerToElementwiseMinimum(minimumOfNarrow.data(), narrow.data(), n);
+    EXPECT_EQ(minimumOfNarrow, minimumOfWide) << n;
+    for (double const target : targets) {
+        std::vector<int> positionsInWide(n + 1);
+        std::vector<int> positionsInNarrow(n + 1);
+        positionsInWide.resize(positionsOfValue(wide.data(), n, target, positionsInWide.data()));
+        positionsInNarrow.resize(positionsOfValue(narrow.data(), n, target, positionsInNarrow.data()));
+        EXPECT_EQ(positionsInNarrow, positionsInWide) << n << " " << target;
+        EXPECT_EQ(positionsInWide.size(),
+                  static_cast<std::size_t>(std::count(wide.begin(), wide.end(), target)))
+            << n << " " << target;
+        EXPECT_EQ(countEqual(narrow.data(), n, target), countEqual(wide.data(), n, target))
+            << n << " " << target;
+    }
+}
+
+// Float lines, with and without the groups of four.
 TEST(LineScans, FloatLinesScanAsTheirDoubles) {
     std::mt19937 engine(14);
     double const inf = std::numeric_limits<double>::infinity();
@@ -194,29 +226,28 @@ TEST(LineScans, FloatLinesScanAsTheirDoubles) {
             wide[k] = k % 5 == 2 ? inf : std::fabs(wide[k]);
         }
         std::vector<float> const narrow(wide.begin(), wide.end());
-        std::vector<double> const added = randomLine(engine, n);
-        std::vector<double> const blocked(n, 0.0);
-        std::vector<double> keysFromWide = randomLine(engine, n);
-        std::vector<double> keysFromNarrow = keysFromWide;
-        EXPECT_EQ(
-            lowerKeysByColumn(keysFromNarrow.data(), narrow.data(), added.data(), blocked.data(), 0.5, 1.0,
-                              n),
-            lowerKeysByColumn(keysFromWide.data(), wide.data(), added.data(), blocked.data(), 0.5, 1.0, n));
-        EXPECT_EQ(keysFromNarrow, keysFromWide) << n;
-        std::vector<double> minimumOfWide(n, 1.0);
-        std::vector<double> minimumOfNarrow(n, 1.0);
-        lowerToElementwiseMinimum(minimumOfWide.data(), wide.data(), n);
-        lowerToElementwiseMinimum(minimumOfNarrow.data(), narrow.data(), n);
-        EXPECT_EQ(minimumOfNarrow, minimumOfWide) << n;
-        std::vector<int> positionsInWide(n + 1);
-        std::vector<int> positionsInNarrow(n + 1);
-        positionsInWide.resize(positionsOfValue(wide.data(), n, 0.0, positionsInWide.data()));
-        positionsInNarrow.resize(positionsOfValue(narrow.data(), n, 0.0, positionsInNarrow.data()));
-        EXPECT_EQ(positionsInNarrow, positionsInWide) << n;
-        EXPECT_EQ(countEqual(narrow.data(), n, 0.0), countEqual(wide.data(), n, 0.0)) << n;
-        EXPECT_EQ(countEqual(narrow.data(), n, inf), countEqual(wide.data(), n, inf)) << n;
-        EXPECT_EQ(positionsInWide.size(), static_cast<std::size_t>(std::count(wide.begin(), wide.end(), 0.0)))
-            << n;
+        expectScansAgree(engine, narrow, wide, {0.0, 2.5, inf});
+    }
+}
+
+// Narrow cells read as the doubles they stand for (kForbidden as +infinity), with and without the groups of
+// eight, for targets that are narrow cells and targets that are not.
+TEST(LineScans, NarrowLinesScanAsTheirDoubles) {
+    std::mt19937 engine(16);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 40; ++n) {
+        std::vector<NarrowCell> narrow(n);
+        std::vector<double> wide(n);
+        for (int k = 0; k < n; ++k) {
+            std::uint16_t const bits = engine() % 5 == 0 ? NarrowCell::kForbidden
+                                       : engine() % 3 == 0
+                                           ? 0
+                                           : static_cast<std::uint16_t>(65534 - engine() % 70000 % 65535);
+            narrow[k] = NarrowCell{bits};
+            wide[k] = bits == NarrowCell::kForbidden ? inf : static_cast<double>(bits);
+            EXPECT_EQ(widen(narrow[k]), wide[k]);
+        }
+        expectScansAgree(engine, narrow, wide, {0.0, 65534.0, inf, 7.5});
     }
 }
 

@@ -211,8 +211,9 @@ TEST(MatrixSurvey, ExactRouteFromRowsMatchesTheReferenceSteps) {
     std::mt19937_64 engine(2027);
     using Draw = double (*)(std::mt19937_64&);
     // Per class: how a value is drawn, and the element [0][0] when it is set (NaN: left as drawn). A 0
-    // among values of about 2^24 makes spans from just below to just above 2^24; a 1 among values near
-    // 2^49 keeps the grid at the integers.
+    // among values of about 2^24 or 65535 makes spans from just below to just above what floats or two-byte
+    // cells hold; multiples of 8 put the grid above the integers; a 1 among values near 2^49 keeps the grid
+    // at the integers.
     struct Class {
         Draw draw;
         double corner;
@@ -224,6 +225,8 @@ TEST(MatrixSurvey, ExactRouteFromRowsMatchesTheReferenceSteps) {
         {[](std::mt19937_64& e) { return static_cast<double>(e() % 201) - 100.0; }, drawn},
         {[](std::mt19937_64& e) { return std::ldexp(static_cast<double>(e() % 40), -2); }, drawn},
         {[](std::mt19937_64& e) { return static_cast<double>((1 << 24) - 2 + e() % 4); }, 0.0},
+        {[](std::mt19937_64& e) { return static_cast<double>(65532 + e() % 6); }, 0.0},
+        {[](std::mt19937_64& e) { return static_cast<double>(8 * (e() % 9000)); }, drawn},
         {[](std::mt19937_64& e) { return static_cast<double>(e() % (std::uint64_t{1} << 30)); }, drawn},
         {[](std::mt19937_64& e) { return std::ldexp(1.0, 49) + static_cast<double>(e() % 16); }, 1.0},
     };
