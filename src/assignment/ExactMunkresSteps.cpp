@@ -77,8 +77,8 @@ class ColumnSet {
 // columns be passed over whole: a contiguous pass costs less than several gathers along rows.
 constexpr int kRowsForAColumnPass = 8;
 
-// Cell is the type in which the reduced matrix is stored: double, or float when every reduced value is a
-// float exactly (then every value read from it is the same double).
+// Cell is the type in which the reduced matrix is stored: double, float or NarrowCell, whichever holds every
+// reduced value exactly; every value is read through widen, as the same double.
 template <typename Cell>
 class ExactSteps {
   public:

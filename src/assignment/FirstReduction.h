@@ -9,9 +9,9 @@ namespace Kestrel::assignment {
 
 // Reduces the column-major working matrix distMatrix in place and stars the first zeros; +infinity
 // elements stay +infinity and are never zero. Requires coveredColumns zeroed. Guarantees: starColumn[row]
-// is the column of the row's star or -1, every starred column is covered (rows are left uncovered: the
-// pass for a taller matrix covers a starred row only while it runs); when lineMinimum is given, it receives
-// the minimum subtracted from each reduced line (minDim values). Returns minDim, the smaller dimension.
+// is the column of the row's star or -1, every starred column is covered, every row is left uncovered;
+// when lineMinimum is given, it receives the minimum subtracted from each reduced line (minDim values).
+// Returns minDim, the smaller dimension.
 int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int nOfRows, int nOfColumns,
                   double* lineMinimum = nullptr);
 
