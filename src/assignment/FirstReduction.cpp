@@ -140,9 +140,63 @@ int reduceAndStar(double* distMatrix, int* starColumn, bool* coveredColumns, int
     return nOfColumns;
 }
 
+#if KESTREL_USE_SSE2
+// Narrow cells are written two rows by two columns at a time: each 2 x 2 block of the caller's rows becomes
+// two runs of two cells of its columns, reduced and converted together. Cells outside whole blocks (an odd
+// last row or column of a tile) take the plain conversion.
+void writeNarrowReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* lineMinimum,
+                               NarrowCell* reduced, int nOfRows, int nOfColumns) {
+    bool const byRow = nOfRows <= nOfColumns;
+    auto const single = [&](int row, int col) {
+        double const minimum = byRow ? lineMinimum[row] : lineMinimum[col];
+        reduced[elementIndex(row, col, nOfRows)] = narrowTo<NarrowCell>(rowMajor[row][col] - minimum);
+    };
+    constexpr int kTile = 32;
+    for (int rowStart = 0; rowStart < nOfRows; rowStart += kTile) {
+        int const rowEnd = std::min(nOfRows, rowStart + kTile);
+        for (int colStart = 0; colStart < nOfColumns; colStart += kTile) {
+            int const colEnd = std::min(nOfColumns, colStart + kTile);
+            int row = rowStart;
+            for (; row + 2 <= rowEnd; row += 2) {
+                double const* upper = rowMajor[row].data();
+                double const* lower = rowMajor[row + 1].data();
+                __m128d const rowMinima = _mm_set_pd(lineMinimum[row + 1], lineMinimum[row]);
+                int col = colStart;
+                for (; col + 2 <= colEnd; col += 2) {
+                    __m128d const uppers = _mm_loadu_pd(upper + col);
+                    __m128d const lowers = _mm_loadu_pd(lower + col);
+                    __m128d const left = _mm_unpacklo_pd(uppers, lowers);
+                    __m128d const right = _mm_unpackhi_pd(uppers, lowers);
+                    __m128d const leftMinima = byRow ? rowMinima : _mm_set1_pd(lineMinimum[col]);
+                    __m128d const rightMinima = byRow ? rowMinima : _mm_set1_pd(lineMinimum[col + 1]);
+                    storeTwoNarrow(reduced + elementIndex(row, col, nOfRows), _mm_sub_pd(left, leftMinima));
+                    storeTwoNarrow(reduced + elementIndex(row, col + 1, nOfRows),
+                                   _mm_sub_pd(right, rightMinima));
+                }
+                for (; col < colEnd; ++col) {
+                    single(row, col);
+                    single(row + 1, col);
+                }
+            }
+            for (; row < rowEnd; ++row) {
+                for (int col = colStart; col < colEnd; ++col) {
+                    single(row, col);
+                }
+            }
+        }
+    }
+}
+#endif
+
 template <typename Cell>
 void writeReducedColumns(std::vector<std::vector<double>> const& rowMajor, double const* lineMinimum,
                          Cell* reduced, int nOfRows, int nOfColumns) {
+#if KESTREL_USE_SSE2
+    if constexpr (std::is_same_v<Cell, NarrowCell>) {
+        writeNarrowReducedColumns(rowMajor, lineMinimum, reduced, nOfRows, nOfColumns);
+        return;
+    }
+#endif
     if (nOfRows <= nOfColumns) {
         writeColumnMajor(rowMajor, reduced, nOfRows, nOfColumns, [lineMinimum](int row, int, double value) {
             return narrowTo<Cell>(value - lineMinimum[row]);

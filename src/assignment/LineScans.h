@@ -49,6 +49,15 @@ inline __m128d loadTwo(double const* cells) {
 inline __m128d loadTwo(float const* cells) {
     return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(cells))));
 }
+// Stores the two differences as cells[0] and cells[1]; each must be an integer from 0 to 65534 or +infinity
+// (which becomes kForbidden).
+inline void storeTwoNarrow(NarrowCell* cells, __m128d differences) {
+    __m128i const whole = _mm_cvttpd_epi32(_mm_min_pd(differences, _mm_set1_pd(NarrowCell::kForbidden)));
+    // The low halves of the two 32-bit integers, side by side in the low 32 bits.
+    std::int32_t const pair = _mm_cvtsi128_si32(_mm_shufflelo_epi16(whole, 0x08));
+    std::memcpy(cells, &pair, sizeof(pair));
+}
+
 inline __m128d loadTwo(NarrowCell const* cells) {
     std::int32_t pair = 0;
     std::memcpy(&pair, cells, sizeof(pair));
