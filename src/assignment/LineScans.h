@@ -395,10 +395,11 @@ inline double largestFinite(double const* values, int n) {
     return largest;
 }
 
-// True when every values[k], k in [0, n), n >= 1, is an integer of magnitude below 2^31 (so every one is
-// finite); then ORs the magnitudes into *bits and stores the smallest and the largest value. False, leaving
-// the outputs unspecified, otherwise. (A magnitude of 2^31 or more, an infinity or NaN converts to the
-// integer -2^31, which does not equal it back.)
+// True when every values[k], k in [0, n), n >= 1, is an integer from -2^31 to 2^31 - 1 (so every one is
+// finite); then ORs the integers' 32-bit two's complements into *bits, whose lowest set bit is thus the
+// lowest set bit of any of their magnitudes (negation keeps the trailing zeros), and stores the smallest
+// and the largest value. False, leaving the outputs unspecified, otherwise. (A value outside that range,
+// an infinity or NaN converts to the integer -2^31, which does not equal it back.)
 inline bool smallIntegerLine(double const* values, int n, std::uint32_t* bits, double* minimum,
                              double* maximum) {
     std::uint32_t ored = 0;
@@ -407,16 +408,14 @@ inline bool smallIntegerLine(double const* values, int n, std::uint32_t* bits, d
     bool integers = true;
     int k = 0;
 #if KESTREL_USE_SSE2
-    __m128d const signs = _mm_set1_pd(-0.0);
     __m128d all = _mm_castsi128_pd(_mm_set1_epi32(-1));
     __m128i ors = _mm_setzero_si128();
     __m128d lows = _mm_set1_pd(low);
     __m128d highs = lows;
     for (; k + 2 <= n; k += 2) {
         __m128d const value = _mm_loadu_pd(values + k);
-        __m128d const magnitude = _mm_andnot_pd(signs, value);
-        __m128i const whole = _mm_cvttpd_epi32(magnitude);
-        all = _mm_and_pd(all, _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), magnitude));
+        __m128i const whole = _mm_cvttpd_epi32(value);
+        all = _mm_and_pd(all, _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), value));
         ors = _mm_or_si128(ors, whole);
         lows = _mm_min_pd(value, lows);
         highs = _mm_max_pd(value, highs);
@@ -432,12 +431,12 @@ inline bool smallIntegerLine(double const* values, int n, std::uint32_t* bits, d
     high = std::max(pair[0], pair[1]);
 #endif
     for (; k < n && integers; ++k) {
-        double const magnitude = std::fabs(values[k]);
-        integers = magnitude < 2147483648.0 &&
-                   static_cast<double>(static_cast<std::uint32_t>(magnitude)) == magnitude;
-        ored |= integers ? static_cast<std::uint32_t>(magnitude) : 0u;
-        low = std::min(low, values[k]);
-        high = std::max(high, values[k]);
+        double const value = values[k];
+        integers = value >= -2147483648.0 && value < 2147483648.0 &&
+                   static_cast<double>(static_cast<std::int32_t>(value)) == value;
+        ored |= integers ? static_cast<std::uint32_t>(static_cast<std::int32_t>(value)) : 0u;
+        low = std::min(low, value);
+        high = std::max(high, value);
     }
     if (integers) {
         *bits |= ored;

@@ -138,29 +138,38 @@ TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
     }
 }
 
-// The integer test against a plain loop: lines of integers (with signs) below 2^31 pass with the OR of
-// their magnitudes and their extremes; a fraction, 2^31, an infinity or NaN anywhere makes the line fail.
+// The integer test against a plain loop: lines of integers (with signs) from -2^31 to 2^31 - 1 pass, with
+// bits whose lowest set bit is that of the OR of their magnitudes, and their extremes; a fraction, a value
+// beyond that range, an infinity or NaN anywhere makes the line fail.
 TEST(LineScans, SmallIntegerLinesMatchPlainLoopsForEveryLength) {
     std::mt19937 engine(12);
     for (int n = 1; n <= 24; ++n) {
         std::vector<double> line(n);
-        std::uint32_t expectedBits = 0;
+        std::uint64_t magnitudes = 0;
         for (double& value : line) {
             std::uint32_t const magnitude =
                 static_cast<std::uint32_t>(engine() % 2147483648u) >> (engine() % 31);
             value = (engine() % 2 == 0 ? -1.0 : 1.0) * static_cast<double>(magnitude);
-            expectedBits |= magnitude;
+            magnitudes |= magnitude;
+        }
+        if (n % 5 == 0) {
+            line[n / 2] = -2147483648.0;
+            magnitudes |= std::uint64_t{1} << 31;
         }
         std::uint32_t bits = 0;
         double minimum = 0.0;
         double maximum = 0.0;
         ASSERT_TRUE(smallIntegerLine(line.data(), n, &bits, &minimum, &maximum)) << n;
-        EXPECT_EQ(bits, expectedBits) << n;
+        EXPECT_EQ(bits == 0, magnitudes == 0) << n;
+        if (magnitudes != 0) {
+            EXPECT_EQ(__builtin_ctz(bits), __builtin_ctzll(magnitudes)) << n;
+        }
         EXPECT_EQ(minimum, *std::min_element(line.begin(), line.end())) << n;
         EXPECT_EQ(maximum, *std::max_element(line.begin(), line.end())) << n;
         for (int position = 0; position < n; ++position) {
             for (double const bad :
-                 {0.5, 2147483648.0, -2147483648.0, std::numeric_limits<double>::infinity(), std::nan("")}) {
+                 {0.5, -2.25, 2147483648.0, -2147483649.0, std::numeric_limits<double>::infinity(),
+                  -std::numeric_limits<double>::infinity(), std::nan("")}) {
                 std::vector<double> spoiled = line;
                 spoiled[position] = bad;
                 EXPECT_FALSE(smallIntegerLine(spoiled.data(), n, &bits, &minimum, &maximum))
