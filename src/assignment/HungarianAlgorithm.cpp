@@ -118,6 +118,7 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
         }
         solvedFast = exactRoute->solve(assignment.get());
     }
+    exactRoute.reset();  // its reduced matrix is not needed by the steps as they stand
     if (!solvedFast && !distMatrixIn) {
         distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
     }
