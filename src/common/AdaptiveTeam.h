@@ -79,8 +79,9 @@ class AdaptiveTeam {
         LoopFailures failures(team);
         auto share = [&](int thread) {
             double const cpuStart = threadCpuSeconds();
-            takeChunks(next, chunk, count, body, thread, failures);
+            bool const tookWork = takeChunks(next, chunk, count, body, thread, failures);
             blockCpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
+            return tookWork;
         };
         shareWithHelpers(team - 1, share);
         callerCpuInLoops_ += threadCpuSeconds() - callerCpuBeforeLoop;

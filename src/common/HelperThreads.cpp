@@ -38,7 +38,7 @@ class TeamLoopScope {
 
 // One loop offered to the helpers, alive on the caller's stack until every helper that joined has left.
 struct Offer {
-    void (*share)(void*, int);
+    bool (*share)(void*, int);
     void* context;
     int seats;           // helpers that may still join
     int nextThread = 1;  // the share number of the next helper to join
@@ -64,7 +64,7 @@ class HelperThreads {
         return started_;
     }
 
-    void share(int helpers, void (*share)(void*, int), void* context) {
+    void share(int helpers, bool (*share)(void*, int), void* context) {
         Offer offer{share, context, helpers};
         {
             std::lock_guard<std::mutex> const lock(mutex_);
@@ -115,12 +115,15 @@ class HelperThreads {
     void work() {
         TeamLoopScope const scope;
         std::unique_lock<std::mutex> lock(mutex_);
+        bool foundWork = false;
         for (;;) {
             if (offers_.empty()) {
-                std::uint64_t const seen = offersMade_.load(std::memory_order_acquire);
-                lock.unlock();
-                pollForOffer(seen);
-                lock.lock();
+                if (foundWork) {
+                    std::uint64_t const seen = offersMade_.load(std::memory_order_acquire);
+                    lock.unlock();
+                    pollForOffer(seen);
+                    lock.lock();
+                }
                 ++sleeping_;
                 offered_.wait(lock, [&] { return !offers_.empty(); });
                 --sleeping_;
@@ -132,7 +135,7 @@ class HelperThreads {
             }
             ++offer.inside;
             lock.unlock();
-            offer.share(offer.context, thread);
+            foundWork = offer.share(offer.context, thread);
             lock.lock();
             if (--offer.inside == 0 && offer.withdrawn) {
                 left_.notify_all();
@@ -163,7 +166,7 @@ int helperThreadCount() {
     return HelperThreads::instance().started();
 }
 
-void shareWithHelpers(int helpers, void (*share)(void* context, int thread), void* context) {
+void shareWithHelpers(int helpers, bool (*share)(void* context, int thread), void* context) {
     if (helpers <= 0) {
         TeamLoopScope const scope;
         share(context, 0);

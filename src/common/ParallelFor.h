@@ -77,13 +77,14 @@ class LoopFailures {
 
 // Takes chunks of `chunk` consecutive indices from `next` until none below `count` is left, and calls
 // body(begin, end, thread) on each; a failure is recorded at the chunk's first index. Never throws.
+// Returns whether it took a chunk.
 template <class Body>
-void takeChunks(std::atomic<std::ptrdiff_t>& next, std::ptrdiff_t chunk, std::ptrdiff_t count, Body& body,
+bool takeChunks(std::atomic<std::ptrdiff_t>& next, std::ptrdiff_t chunk, std::ptrdiff_t count, Body& body,
                 int thread, LoopFailures& failures) noexcept {
-    for (;;) {
+    for (bool took = false;; took = true) {
         std::ptrdiff_t const begin = next.fetch_add(chunk, std::memory_order_relaxed);
         if (begin >= count) {
-            return;
+            return took;
         }
         try {
             body(begin, std::min(begin + chunk, count), thread);
