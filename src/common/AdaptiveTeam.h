@@ -6,21 +6,20 @@
 // start, and a helper the operating system leaves without a core costs it nothing. A helper that starts a
 // chunk and is then interrupted still keeps the caller waiting, and on a machine whose cores are busy with
 // other work every helper takes processor time the host needs: two threads can then be slower than one.
-// So the first round runs on a team and is measured: the CPU
-// time every thread spent on its blocks, the caller's CPU time outside the loops, and the wall time from
-// the end of the previous round (the first loop for the first round) to the end of this one, so that the
-// caller's work between loops, and how much slower it got, counts as well. If the team was not clearly
-// faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
-// own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
-// tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
-// costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
-// are not tried on a team again. For a second after two team rounds of a millisecond or more in a row,
-// anywhere in the process, did not pay (unless one paid since), new objects start with the calling thread
-// alone and no object tries a team again, so that a host calling the library again and again on a busy
-// machine does not pay for a team round every time. A single unpaid round is not enough: on an idle
-// machine one late wake-up now and then would otherwise keep every call alone for a second. The choice
-// changes only who computes what; every result stays the same bit for bit. One object serves one sequence
-// of rounds on one calling thread.
+// So the first round runs on a team and is measured: the CPU time every thread spent on its blocks, the
+// caller's CPU time outside the loops, and the wall time from the end of the previous round (the first
+// loop for the first round) to the end of this one, so that the caller's work between loops, and how
+// much slower it got, counts as well. If the team was not clearly faster than the caller alone (the total
+// CPU time of the round at the pace the caller last kept on its own, a full core until it has run alone),
+// the following rounds run on the calling thread, and a team is tried again after 10 rounds, then after
+// 40, 160 ... (the machine may have become idle; a busy machine costs only a few such trials). Rounds too
+// short to win back a late helper (under a millisecond of work) are not tried on a team again. For a second
+// after two team rounds of a millisecond or more in a row, anywhere in the process, did not pay (unless one
+// paid since), new objects start with the calling thread alone and no object tries a team again, so that a
+// host calling the library again and again on a busy machine does not pay for a team round every time. A
+// single unpaid round is not enough: on an idle machine one late wake-up now and then would otherwise keep
+// every call alone for a second. The choice changes only who computes what; every result stays the same bit
+// for bit. One object serves one sequence of rounds on one calling thread.
 #pragma once
 
 #include <algorithm>

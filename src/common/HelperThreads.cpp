@@ -38,7 +38,7 @@ class TeamLoopScope {
 
 // One loop offered to the helpers, alive on the caller's stack until every helper that joined has left.
 struct Offer {
-    bool (*share)(void*, int);
+    bool (*run)(void*, int);
     void* context;
     int seats;           // helpers that may still join
     int nextThread = 1;  // the share number of the next helper to join
@@ -49,7 +49,8 @@ struct Offer {
 class HelperThreads {
   public:
     // The process's helpers. Never destroyed: helpers sleep inside it until the process ends, so no
-    // static destructor may pull it from under them.
+    // static destructor may pull it from under them. A child created by fork() has none of its parent's
+    // threads, and its copy of the lock may be held by one of them: it starts afresh, leaving the copy.
     static HelperThreads& instance() {
         static bool const registered = [] {
             pthread_atfork(nullptr, nullptr, [] { current = new HelperThreads(); });
@@ -64,8 +65,8 @@ class HelperThreads {
         return started_;
     }
 
-    void share(int helpers, bool (*share)(void*, int), void* context) {
-        Offer offer{share, context, helpers};
+    void offer(int helpers, bool (*run)(void*, int), void* context) {
+        Offer offer{run, context, helpers};
         {
             std::lock_guard<std::mutex> const lock(mutex_);
             startHelpers(helpers);
@@ -77,7 +78,7 @@ class HelperThreads {
         }
         {
             TeamLoopScope const scope;
-            share(context, 0);
+            run(context, 0);
         }
         std::unique_lock<std::mutex> lock(mutex_);
         auto const posted = std::find(offers_.begin(), offers_.end(), &offer);
@@ -135,7 +136,7 @@ class HelperThreads {
             }
             ++offer.inside;
             lock.unlock();
-            foundWork = offer.share(offer.context, thread);
+            foundWork = offer.run(offer.context, thread);
             lock.lock();
             if (--offer.inside == 0 && offer.withdrawn) {
                 left_.notify_all();
@@ -172,7 +173,7 @@ void shareWithHelpers(int helpers, bool (*share)(void* context, int thread), voi
         share(context, 0);
         return;
     }
-    HelperThreads::instance().share(helpers, share, context);
+    HelperThreads::instance().offer(helpers, share, context);
 }
 
 }  // namespace common
