@@ -9,7 +9,12 @@
 // It prints the median wall time of each and the ratio time(1 thread) / time(2 threads): above 1 the second
 // thread helps, below 1 it hurts. No OpenMP environment variable is needed.
 //
-//   thread_scaling [--repeats R] [--loads idle,spin,openmp] [--cases
+// A sample is one call, or for short calls as many calls back to back as take about --sample-seconds
+// (the count is fixed per case from a first timing, the same for one and two threads), as a host calling
+// the library again and again does: a busy machine hands out cores in slices of a few milliseconds, and a
+// single call of 10 ms would measure mostly where in a slice it started. The table gives seconds per call.
+//
+//   thread_scaling [--repeats R] [--sample-seconds S] [--loads idle,spin,openmp] [--cases
 //   groups24,groups36,groups48,masters,domain,latin]
 //
 // Each case checks once that one and two threads give the same result, so a fast wrong answer stops the run.
@@ -232,16 +237,22 @@ double median(std::vector<double> values) {
     return values.size() % 2 == 1 ? values[middle] : 0.5 * (values[middle - 1] + values[middle]);
 }
 
-double timeOnce(Case const& work, int threads, std::string const& expected) {
+// Seconds per call over `calls` calls back to back; every result is checked after the timing.
+double timeSample(Case const& work, int threads, int calls, std::string const& expected) {
     Kestrel::setMaxNumberOfThreads(threads);
+    std::vector<std::string> results(static_cast<std::size_t>(calls));
     Clock::time_point const start = Clock::now();
-    std::string const result = work.run();
-    double const seconds = secondsSince(start);
-    if (result != expected) {
-        throw std::runtime_error(work.name + ": the result changed with " + std::to_string(threads) +
-                                 " threads");
+    for (std::string& result : results) {
+        result = work.run();
     }
-    return seconds;
+    double const seconds = secondsSince(start);
+    for (std::string const& result : results) {
+        if (result != expected) {
+            throw std::runtime_error(work.name + ": the result changed with " + std::to_string(threads) +
+                                     " threads");
+        }
+    }
+    return seconds / calls;
 }
 
 std::vector<std::string> split(std::string const& text) {
@@ -254,16 +265,22 @@ std::vector<std::string> split(std::string const& text) {
     return parts;
 }
 
-int measure(int repeats, std::vector<std::string> const& loads, std::vector<Case> const& cases) {
+int measure(int repeats, double sampleSeconds, std::vector<std::string> const& loads,
+            std::vector<Case> const& cases) {
     double average[3] = {0.0, 0.0, 0.0};
     getloadavg(average, 3);
     std::printf("OpenMP threads available: %d; load average before: %.2f %.2f %.2f\n", omp_get_max_threads(),
                 average[0], average[1], average[2]);
-    std::printf("median of %d alternating runs per cell\n\n", repeats);
-    std::printf("| case | beside | 1 thread [s] | 2 threads [s] | t1 / t2 |\n|---|---|---|---|---|\n");
+    std::printf("median of %d alternating samples per cell, a sample about %.2f s or one call\n\n", repeats,
+                sampleSeconds);
+    std::printf(
+        "| case | beside | calls per sample | 1 thread [s] | 2 threads [s] | t1 / t2 |\n"
+        "|---|---|---|---|---|---|\n");
     for (Case const& work : cases) {
         Kestrel::setMaxNumberOfThreads(1);
+        Clock::time_point const first = Clock::now();
         std::string const expected = work.run();
+        int const calls = static_cast<int>(std::max(1.0, std::ceil(sampleSeconds / secondsSince(first))));
         Kestrel::setMaxNumberOfThreads(2);
         if (work.run() != expected) {
             std::fprintf(stderr, "%s: one and two threads disagree\n", work.name.c_str());
@@ -278,17 +295,17 @@ int measure(int repeats, std::vector<std::string> const& loads, std::vector<Case
             for (int r = 0; r < repeats; ++r) {
                 // Alternate which thread count goes first so drifting load hits both alike.
                 if (r % 2 == 0) {
-                    one.push_back(timeOnce(work, 1, expected));
-                    two.push_back(timeOnce(work, 2, expected));
+                    one.push_back(timeSample(work, 1, calls, expected));
+                    two.push_back(timeSample(work, 2, calls, expected));
                 } else {
-                    two.push_back(timeOnce(work, 2, expected));
-                    one.push_back(timeOnce(work, 1, expected));
+                    two.push_back(timeSample(work, 2, calls, expected));
+                    one.push_back(timeSample(work, 1, calls, expected));
                 }
             }
             double const t1 = median(one);
             double const t2 = median(two);
-            std::printf("| %s | %s | %.3f | %.3f | %.2f |\n", work.name.c_str(), load.c_str(), t1, t2,
-                        t1 / t2);
+            std::printf("| %s | %s | %d | %.4f | %.4f | %.2f |\n", work.name.c_str(), load.c_str(), calls, t1,
+                        t2, t1 / t2);
             std::fflush(stdout);
         }
     }
@@ -304,13 +321,16 @@ int main(int argc, char** argv) {
             double const seconds = std::atof(argv[3]);
             return std::strcmp(argv[2], "spin") == 0 ? spinSibling(seconds) : openMpSibling(seconds);
         }
-        int repeats = 5;
+        int repeats = 9;
+        double sampleSeconds = 0.25;
         std::vector<std::string> loads{"idle", "spin", "openmp"};
         std::vector<std::string> caseNames{"groups24", "groups36", "groups48", "masters", "domain", "latin"};
         for (int i = 1; i + 1 < argc; i += 2) {
             std::string const option = argv[i];
             if (option == "--repeats") {
                 repeats = std::max(1, std::atoi(argv[i + 1]));
+            } else if (option == "--sample-seconds") {
+                sampleSeconds = std::max(0.0, std::atof(argv[i + 1]));
             } else if (option == "--loads") {
                 loads = split(argv[i + 1]);
             } else if (option == "--cases") {
@@ -326,7 +346,7 @@ int main(int argc, char** argv) {
                 return 2;
             }
         }
-        return measure(repeats, loads, allCases(caseNames));
+        return measure(repeats, sampleSeconds, loads, allCases(caseNames));
     } catch (std::exception const& error) {
         std::fprintf(stderr, "thread_scaling: %s\n", error.what());
         return 1;

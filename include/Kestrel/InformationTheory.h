@@ -7,9 +7,11 @@
 // and the population samplers. Each family can also be included on its own.
 //
 // It also holds the one setting that concerns every family at once: how many threads the library's
-// parallel loops may use. The library starts no threads of its own; its loops run on the caller's OpenMP
-// runtime, with at most omp_get_max_threads() threads, with one thread when called from inside an active
-// parallel region of the caller, and with at most the limit set here.
+// parallel loops may use. Most loops run on the caller's OpenMP runtime; the short loops that repeat
+// round after round (the optimiser's populations, the domain sampler's passes) run on a few helper threads
+// of the library's own, started on first use, which sleep when idle and never keep the caller waiting when
+// the machine gives them no core. Either way a loop uses at most omp_get_max_threads() threads, one thread
+// when called from inside an active parallel region of the caller, and at most the limit set here.
 //
 //   Kestrel::setMaxNumberOfThreads(1);   // e.g. in a host that keeps every core busy itself
 #pragma once

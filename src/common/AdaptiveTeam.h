@@ -2,31 +2,33 @@
 // iteration of an optimisation, one pass per centre or per iteration of a clustering): all the library's
 // threads while they pay, the calling thread alone while they do not.
 //
-// A loop of a few milliseconds ends when its slowest thread does. On a machine whose cores are busy with
-// other work, the operating system may leave a helper thread waiting for a core, and the caller waits with
-// it: two threads can then be slower than one. Between two loops the runtime's helper threads also wait
-// for the next one, spinning for a while, and on a busy machine that spinning takes the core the caller
-// needs for its own work between the loops. So the first round runs on a team and is measured: the CPU
-// time every thread spent on its blocks, the caller's CPU time outside the loops, and the wall time from
-// the end of the previous round (the first loop for the first round) to the end of this one, so that the
-// caller's work between loops, and how much slower it got, counts as well. If the team was not clearly
-// faster than the caller alone (the total CPU time of the round at the pace the caller last kept on its
-// own, a full core until it has run alone), the following rounds run on the calling thread, and a team is
-// tried again after 10 rounds, then after 40, 160 ... (the machine may have become idle; a busy machine
-// costs only a few such trials). Rounds too short to win back a late helper (under a millisecond of work)
-// are not tried on a team again. For a second after two team rounds of a millisecond or more in a row,
-// anywhere in the process, did not pay (unless one paid since), new objects start with the calling thread
-// alone and no object tries a team again, so that a host calling the library again and again on a busy
-// machine does not pay for a team round every time. A single unpaid round is not enough: on an idle
-// machine one late wake-up now and then would otherwise keep every call alone for a second. The choice
-// changes only who computes what; every result stays the same bit for bit. One object serves one sequence
-// of rounds on one calling thread.
+// The loops run on the library's helper threads (HelperThreads.h): the caller works every loop from its
+// start, and a helper the operating system leaves without a core costs it nothing. A helper that starts a
+// chunk and is then interrupted still keeps the caller waiting, and on a machine whose cores are busy with
+// other work every helper takes processor time the host needs: two threads can then be slower than one.
+// So the first round runs on a team and is measured: the CPU time every thread spent on its blocks, the
+// caller's CPU time outside the loops, and the wall time from the end of the previous round (the first
+// loop for the first round) to the end of this one, so that the caller's work between loops, and how
+// much slower it got, counts as well. If the team was not clearly faster than the caller alone (the total
+// CPU time of the round at the pace the caller last kept on its own, a full core until it has run alone),
+// the following rounds run on the calling thread, and a team is tried again after 10 rounds, then after
+// 40, 160 ... (the machine may have become idle; a busy machine costs only a few such trials). Rounds too
+// short to win back a late helper (under a millisecond of work) are not tried on a team again. For a second
+// after two team rounds of a millisecond or more in a row, anywhere in the process, did not pay (unless one
+// paid since), new objects start with the calling thread alone and no object tries a team again, so that a
+// host calling the library again and again on a busy machine does not pay for a team round every time. A
+// single unpaid round is not enough: on an idle machine one late wake-up now and then would otherwise keep
+// every call alone for a second. The choice changes only who computes what; every result stays the same bit
+// for bit. One object serves one sequence of rounds on one calling thread.
 #pragma once
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <vector>
 
+#include "HelperThreads.h"
 #include "ParallelFor.h"
 
 namespace Kestrel {
@@ -64,18 +66,25 @@ class AdaptiveTeam {
             common::forEachBlock(1, count, body);
             return;
         }
-        // The CPU clock of a thread costs a system call: it is read when a thread starts and ends its share,
-        // not around every chunk. The caller's processor time while the loop runs is left out of the round
-        // except for its share of the blocks: waiting for a helper at the loop's end may spin, which is not
-        // work.
+        // The loop is offered to the library's helper threads: the caller works it from the start and never
+        // waits for a helper that has not come (see HelperThreads.h). The CPU clock of a thread costs a
+        // system call: it is read when a thread starts and ends its share, not around every chunk. The
+        // caller's processor time while the loop runs is left out of the round except for its share of the
+        // blocks: waiting for a helper to finish its chunk is not work.
         double const callerCpuBeforeLoop = threadCpuSeconds();
-        common::forEachBlockInScope(
-            current_, count, kTeamChunksPerThread, body, [&](int thread, auto const& work) {
-                double const cpuStart = threadCpuSeconds();
-                work();
-                blockCpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
-            });
+        int const team = static_cast<int>(std::min<std::ptrdiff_t>(current_, count));
+        std::ptrdiff_t const chunk = std::max<std::ptrdiff_t>(1, count / (team * kTeamChunksPerThread));
+        std::atomic<std::ptrdiff_t> next{0};
+        LoopFailures failures(team);
+        auto share = [&](int thread) {
+            double const cpuStart = threadCpuSeconds();
+            bool const tookWork = takeChunks(next, chunk, count, body, thread, failures);
+            blockCpuSeconds_[static_cast<std::size_t>(thread)] += threadCpuSeconds() - cpuStart;
+            return tookWork;
+        };
+        shareWithHelpers(team - 1, share);
         callerCpuInLoops_ += threadCpuSeconds() - callerCpuBeforeLoop;
+        failures.rethrowFirst();
     }
 
     // forEachIndex(threads(), count, body), measured as part of the current round: every index visited,

@@ -75,6 +75,25 @@ class LoopFailures {
     std::atomic<std::ptrdiff_t> lowest_{std::numeric_limits<std::ptrdiff_t>::max()};
 };
 
+// Takes chunks of `chunk` consecutive indices from `next` until none below `count` is left, and calls
+// body(begin, end, thread) on each; a failure is recorded at the chunk's first index. Never throws.
+// Returns whether it took a chunk.
+template <class Body>
+bool takeChunks(std::atomic<std::ptrdiff_t>& next, std::ptrdiff_t chunk, std::ptrdiff_t count, Body& body,
+                int thread, LoopFailures& failures) noexcept {
+    for (bool took = false;; took = true) {
+        std::ptrdiff_t const begin = next.fetch_add(chunk, std::memory_order_relaxed);
+        if (begin >= count) {
+            return took;
+        }
+        try {
+            body(begin, std::min(begin + chunk, count), thread);
+        } catch (...) {
+            failures.capture(thread, begin);
+        }
+    }
+}
+
 // Pieces of work per thread that a loop is cut into: enough for a thread that runs late, or shares its
 // core with other work, to leave the rest to the others; few enough that handing them out costs nothing.
 constexpr std::ptrdiff_t kChunksPerThread = 8;
@@ -101,19 +120,7 @@ void forEachBlockInScope(int threads, std::ptrdiff_t count, std::ptrdiff_t chunk
 #pragma omp parallel num_threads(team)
     {
         int const thread = omp_get_thread_num();
-        scope(thread, [&] {
-            for (;;) {
-                std::ptrdiff_t const begin = next.fetch_add(chunk, std::memory_order_relaxed);
-                if (begin >= count) {
-                    break;
-                }
-                try {
-                    body(begin, std::min(begin + chunk, count), thread);
-                } catch (...) {
-                    failures.capture(thread, begin);
-                }
-            }
-        });
+        scope(thread, [&] { takeChunks(next, chunk, count, body, thread, failures); });
     }
     failures.rethrowFirst();
 }

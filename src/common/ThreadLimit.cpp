@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include "HelperThreads.h"
+
 namespace Kestrel {
 namespace {
 
@@ -25,7 +27,7 @@ int getMaxNumberOfThreads() {
 namespace common {
 
 int threadsForLoop() {
-    if (omp_in_parallel()) {
+    if (omp_in_parallel() || insideTeamLoop()) {
         return 1;
     }
     int const available = std::max(1, omp_get_max_threads());

@@ -1,9 +1,10 @@
 // How many threads one parallel loop of the library may use right now.
 //
-// The library starts no threads of its own: every loop runs on the caller's OpenMP runtime. A loop uses at
-// most the smaller of omp_get_max_threads() and the limit set with Kestrel::setMaxNumberOfThreads(), and
-// exactly one thread (the caller's) when it is reached from inside an active parallel region of the
-// caller, so a host that calls the library from its own threads never gets a second layer of teams.
+// Loops run on the caller's OpenMP runtime, the adaptive team's loops on the library's helper threads. A
+// loop uses at most the smaller of omp_get_max_threads() and the limit set with
+// Kestrel::setMaxNumberOfThreads(), and exactly one thread (the caller's) when it is reached from inside an
+// active parallel region of the caller or from inside one of the library's own team loops, so neither a
+// host that calls the library from its own threads nor a nested call ever gets a second layer of teams.
 #pragma once
 
 namespace Kestrel {
