@@ -39,7 +39,8 @@ std::vector<std::vector<double>> readMatrix(char const* path) {
 
 // The route Solve takes: the proved unique optimum, the exact incremental steps, or the steps as they stand.
 char const* routeOf(std::vector<std::vector<double>> const& matrix) {
-    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::surveyColumns(matrix, &survey);
     std::size_t const nRows = matrix.size();
     std::size_t const nCols = matrix.front().size();
     std::vector<double> columnMajor(nRows * nCols);
@@ -49,14 +50,13 @@ char const* routeOf(std::vector<std::vector<double>> const& matrix) {
         }
     }
     std::vector<int> assignment(nRows);
-    double const range = Kestrel::assignment::exactRange(matrix);
-    if (Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape, range, assignment.data()) ==
+    if (Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), survey.shape, survey.exactRange,
+                                               assignment.data()) ==
         Kestrel::assignment::UniqueOptimumOutcome::Proved) {
         return "proved";
     }
-    return range > 0.0 && Kestrel::assignment::solveByExactSteps(matrix, columnMajor.data(), range,
-                                                                 assignment.data(), static_cast<int>(nRows),
-                                                                 static_cast<int>(nCols))
+    return survey.exactRange > 0.0 &&
+                   Kestrel::assignment::solveByExactSteps(matrix, survey, assignment.data())
                ? "exact"
                : "steps";
 }

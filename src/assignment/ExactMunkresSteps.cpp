@@ -44,19 +44,6 @@
 namespace Kestrel::assignment {
 namespace {
 
-// Exponent of the lowest set bit of a finite non-zero double: the largest e with value a multiple of 2^e.
-int lowestBitExponent(double value) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof(bits));
-    int const biasedExponent = static_cast<int>((bits >> 52) & 0x7ff);
-    std::uint64_t mantissa = bits & ((std::uint64_t{1} << 52) - 1);
-    if (biasedExponent != 0) {
-        mantissa |= std::uint64_t{1} << 52;
-    }
-    int const unitExponent = (biasedExponent == 0 ? 1 : biasedExponent) - 1075;
-    return unitExponent + __builtin_ctzll(mantissa);
-}
-
 // Ascending set of column indices, with "first member at or after a position".
 class ColumnSet {
   public:
@@ -90,10 +77,14 @@ class ColumnSet {
 // columns be passed over whole: a contiguous pass costs less than several gathers along rows.
 constexpr int kRowsForAColumnPass = 8;
 
+// Cell is the type in which the reduced matrix is stored: double, float or NarrowCell, whichever holds every
+// reduced value exactly; every value is read through widen, as the same double.
+template <typename Cell>
 class ExactSteps {
   public:
-    ExactSteps(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
-               double const* lineMinimum, int nOfRows, int nOfColumns, double range, int* starColumn)
+    ExactSteps(Cell const* reduced, std::vector<std::vector<double>> const& rowMajor,
+               double const* lineMinimum, double largestReduced, int nOfRows, int nOfColumns, double range,
+               int* starColumn)
         : reduced_(reduced),
           rowMajor_(rowMajor),
           rowMinimum_(nOfRows, 0.0),
@@ -101,6 +92,7 @@ class ExactSteps {
           nOfRows_(nOfRows),
           nOfColumns_(nOfColumns),
           range_(range),
+          largestReduced_(largestReduced),
           starColumn_(starColumn),
           starRow_(nOfColumns, -1),
           rowAdded_(nOfRows, 0.0),
@@ -129,20 +121,16 @@ class ExactSteps {
         } else {
             std::copy(lineMinimum, lineMinimum + nOfColumns, columnMinimum_.begin());
         }
-        // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
-        double largest = 0.0;
         std::vector<int> zeros(nOfRows);
         for (int col = 0; col < nOfColumns; ++col) {
-            double const* column = reduced + elementIndex(0, col, nOfRows);
+            Cell const* column = reduced + elementIndex(0, col, nOfRows);
             int const nOfZeros = positionsOfValue(column, nOfRows, 0.0, zeros.data());
             zeroRows_[col].assign(zeros.begin(), zeros.begin() + nOfZeros);
-            largest = std::max(largest, largestFinite(column, nOfRows));
             if (starRow_[col] < 0) {
                 unstarredColumns_.push_back(col);
                 lowerToElementwiseMinimum(rowMinimumOverUnstarred_.data(), column, nOfRows);
             }
         }
-        largestReduced_ = largest;
     }
 
     bool run() {
@@ -168,7 +156,8 @@ class ExactSteps {
 
     // The working value of an uncovered row in an uncovered column.
     double uncoveredValue(int row, int col) const {
-        return (reduced_[elementIndex(row, col, nOfRows_)] + rowAdded_[row]) - columnSubtractedNow(col);
+        return (widen(reduced_[elementIndex(row, col, nOfRows_)]) + rowAdded_[row]) -
+               columnSubtractedNow(col);
     }
 
     // Step 2a after an augmentation: starred columns covered, every row uncovered, no primes. The gains and
@@ -194,8 +183,11 @@ class ExactSteps {
             columnKey_[col] = coveredColumn_[col] ? std::numeric_limits<double>::quiet_NaN()
                                                   : columnSubtracted_[col] - adjustmentTotal_;
             zeroHead_[col] = 0;
-            dropRaisedZeros(col);
+            if (adjustedInPhase_) {
+                dropRaisedZeros(col);
+            }
         }
+        adjustedInPhase_ = false;
         withZeros_.clear();
         for (int const col : unstarredColumns_) {
             if (!zeroRows_[col].empty()) {
@@ -208,15 +200,16 @@ class ExactSteps {
 
     // Takes the zeros that adjustments raised off the column's list, so that lists do not grow with the
     // number of adjustments. Called when a phase begins: every row is uncovered and the potentials are
-    // written.
+    // written. A phase without adjustments raised nothing (and its lists hold only zeros), so the lists
+    // are then left as they are.
     void dropRaisedZeros(int col) {
         std::vector<int>& zeros = zeroRows_[col];
-        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         double const subtracted = columnSubtracted_[col];
-        zeros.erase(
-            std::remove_if(zeros.begin(), zeros.end(),
-                           [&](int row) { return (column[row] + rowAdded_[row]) - subtracted != 0.0; }),
-            zeros.end());
+        zeros.erase(std::remove_if(
+                        zeros.begin(), zeros.end(),
+                        [&](int row) { return (widen(column[row]) + rowAdded_[row]) - subtracted != 0.0; }),
+                    zeros.end());
     }
 
     void coverRow(int row) {
@@ -301,10 +294,10 @@ class ExactSteps {
     // column). The smallest of a set of values does not depend on the order in which it is taken.
     void retireUnstarredColumn(int col) {
         unstarredColumns_.erase(std::find(unstarredColumns_.begin(), unstarredColumns_.end(), col));
-        double const* column = reduced_ + elementIndex(0, col, nOfRows_);
+        Cell const* column = reduced_ + elementIndex(0, col, nOfRows_);
         int nOfAffectedRows = 0;
         for (int row = 0; row < nOfRows_; ++row) {
-            nOfAffectedRows += column[row] == rowMinimumOverUnstarred_[row] ? 1 : 0;
+            nOfAffectedRows += widen(column[row]) == rowMinimumOverUnstarred_[row] ? 1 : 0;
         }
         if (nOfAffectedRows > nOfRows_ / kRowsForAColumnPass) {
             std::fill(rowMinimumOverUnstarred_.begin(), rowMinimumOverUnstarred_.end(),
@@ -316,7 +309,7 @@ class ExactSteps {
             return;
         }
         for (int row = 0; row < nOfRows_; ++row) {
-            if (column[row] != rowMinimumOverUnstarred_[row]) {
+            if (widen(column[row]) != rowMinimumOverUnstarred_[row]) {
                 continue;
             }
             double const* values = rowMajor_[row].data();
@@ -397,6 +390,7 @@ class ExactSteps {
         if (!(h > 0.0) || !(largestReduced_ + 2.0 * adjustmentTotal_ < range_)) {
             return false;
         }
+        adjustedInPhase_ = true;
         for (int k = 0; k < nOfRowsAtSmallest_; ++k) {
             collectNewZerosOfRow(rowsAtSmallest_[k]);
         }
@@ -404,15 +398,16 @@ class ExactSteps {
         return true;
     }
 
-    double const* reduced_;
+    Cell const* reduced_;
     std::vector<std::vector<double>> const& rowMajor_;  // the caller's rows, for the passes along one row
     std::vector<double> rowMinimum_;     // what the first reduction took from each row (0 if it took columns)
     std::vector<double> columnMinimum_;  // and from each column (0 if it took rows)
     int nOfRows_;
     int nOfColumns_;
     double range_;
-    double largestReduced_ = 0.0;
+    double largestReduced_;         // the largest finite value of the reduced matrix
     double adjustmentTotal_ = 0.0;  // sum of every adjustment so far
+    bool adjustedInPhase_ = false;  // whether the current phase has adjusted the matrix
     int* starColumn_;
     std::vector<int> starRow_;
     std::vector<double> rowAdded_;          // per row: adjustments gained while covered in ended phases
@@ -441,95 +436,121 @@ class ExactSteps {
     ColumnSet withZeros_;
 };
 
-// The common case of exactRange: every finite element an integer below 2^52 in magnitude. Then the grid
-// exponent is the lowest set bit of all the magnitudes together. Returns false, leaving the outputs
-// unspecified, at the first element that is not such an integer.
-bool integerGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
-    double const limit = std::ldexp(1.0, 52);
-    std::uint64_t bits = 0;
-    double high = 0.0;
-    for (std::vector<double> const& row : rowMajor) {
-        // Rows of integers below 2^31 (the common case) are checked two values at a time.
-        std::uint32_t smallBits = 0;
-        if (smallIntegers(row.data(), static_cast<int>(row.size()), &smallBits, &high)) {
-            bits |= smallBits;
-            continue;
-        }
-        for (double const element : row) {
-            double const magnitude = std::fabs(element);
-            if (!(magnitude < limit)) {
-                if (element == std::numeric_limits<double>::infinity()) {
-                    continue;
-                }
-                return false;
-            }
-            auto const whole = static_cast<std::int64_t>(magnitude);
-            if (static_cast<double>(whole) != magnitude) {
-                return false;
-            }
-            bits |= static_cast<std::uint64_t>(whole);
-            high = magnitude > high ? magnitude : high;
-        }
-    }
-    *exponent = bits == 0 ? 0 : __builtin_ctzll(bits);
-    *largest = high;
-    return true;
+// Whether every reduced value, a multiple of 2^gridExponent from 0 to largestReduced (or +infinity), is a
+// narrow cell: an integer below NarrowCell::kForbidden (or +infinity).
+bool fitsNarrowCells(double largestReduced, int gridExponent) {
+    return gridExponent >= 0 && largestReduced < NarrowCell::kForbidden;
 }
 
-// The grid exponent and largest finite magnitude of any matrix; false when the grid is finer than 2^-52.
-bool anyGrid(std::vector<std::vector<double>> const& rowMajor, int* exponent, double* largest) {
-    constexpr int kFinestExponent = -52;
-    int lowest = std::numeric_limits<int>::max();
-    double high = 0.0;
-    for (std::vector<double> const& row : rowMajor) {
-        for (double const element : row) {
-            if (element == 0.0 || !std::isfinite(element)) {
-                continue;
-            }
-            lowest = std::min(lowest, lowestBitExponent(element));
-            if (lowest < kFinestExponent) {
-                return false;
-            }
-            high = std::max(high, std::fabs(element));
-        }
+// Whether every reduced value, a multiple of 2^gridExponent from 0 to largestReduced (or +infinity), is a
+// float exactly: fewer than 2^24 steps of the grid, within the float range (the grid itself, at least 2^-52,
+// lies far above the smallest float).
+bool fitsFloat(double largestReduced, int gridExponent) {
+    return largestReduced < std::ldexp(1.0, 24 + gridExponent) &&
+           largestReduced <= static_cast<double>(std::numeric_limits<float>::max());
+}
+
+// The first star pass (along the rows of a matrix not taller than wide, down the reduced columns of a
+// taller one), then the incremental steps.
+template <typename Cell>
+bool starAndRunSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                     Cell const* reduced, double const* lineMinimum, double largestReduced, int* assignment) {
+    int const nOfRows = survey.shape.rows;
+    int const nOfColumns = survey.shape.columns;
+    if (nOfRows <= nOfColumns) {
+        starFirstZerosOfRows(rowMajor, lineMinimum, assignment, nOfColumns);
+    } else {
+        std::unique_ptr<bool[]> coveredColumns(new bool[static_cast<std::size_t>(nOfColumns)]());
+        starFirstZerosOfColumns(reduced, assignment, coveredColumns.get(), nOfRows, nOfColumns);
     }
-    *exponent = lowest == std::numeric_limits<int>::max() ? 0 : lowest;
-    *largest = high;
-    return true;
+    return ExactSteps<Cell>(reduced, rowMajor, lineMinimum, largestReduced, nOfRows, nOfColumns,
+                            survey.exactRange, assignment)
+        .run();
+}
+
+template <typename Cell>
+bool moreColumnsWithRepeatedZero(Cell const* reduced, int nOfRows, int nOfColumns, int limit) {
+    int count = 0;
+    for (int col = 0; col < nOfColumns && count <= limit; ++col) {
+        Cell const* column = reduced + elementIndex(0, col, nOfRows);
+        int zeros = 0;
+        for (int row = 0; row < nOfRows && zeros < 2; ++row) {
+            zeros += widen(column[row]) == 0.0 ? 1 : 0;
+        }
+        count += zeros > 1 ? 1 : 0;
+    }
+    return count > limit;
 }
 
 }  // namespace
 
 double exactRange(std::vector<std::vector<double>> const& rowMajor) {
-    int exponent = 0;
-    double largest = 0.0;
-    if (!integerGrid(rowMajor, &exponent, &largest) && !anyGrid(rowMajor, &exponent, &largest)) {
-        return 0.0;
-    }
-    // Largest exponents are about 971; 2^(52 + e) is then beyond the largest double and no matrix fits.
-    if (exponent > 900) {
-        return 0.0;
-    }
-    double const range = std::ldexp(1.0, 52 + exponent);
-    return 2.0 * largest < range ? range : 0.0;
+    return surveyMatrix(rowMajor).exactRange;
 }
 
 bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn) {
-    return ExactSteps(reduced, rowMajor, lineMinimum, nOfRows, nOfColumns, range, starColumn).run();
+    // Reduced values are >= 0, so the largest finite one is the largest below +infinity.
+    double largest = 0.0;
+    for (int col = 0; col < nOfColumns; ++col) {
+        largest = std::max(largest, largestFinite(reduced + elementIndex(0, col, nOfRows), nOfRows));
+    }
+    return ExactSteps<double>(reduced, rowMajor, lineMinimum, largest, nOfRows, nOfColumns, range, starColumn)
+        .run();
 }
 
-bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
-                       int* assignment, int nOfRows, int nOfColumns) {
-    std::unique_ptr<bool[]> covers(
-        new bool[static_cast<std::size_t>(nOfColumns) + static_cast<std::size_t>(nOfRows)]());
-    std::unique_ptr<double[]> lineMinimum(
-        new double[static_cast<std::size_t>(std::min(nOfRows, nOfColumns))]);
-    reduceAndStar(distMatrix, assignment, covers.get(), covers.get() + nOfColumns, nOfRows, nOfColumns,
-                  lineMinimum.get());
-    return continueStepsExactly(distMatrix, rowMajor, lineMinimum.get(), nOfRows, nOfColumns, range,
-                                assignment);
+ExactStepsRoute::ExactStepsRoute(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey)
+    : rowMajor_(rowMajor), survey_(survey) {
+    bool const wide = survey.shape.rows <= survey.shape.columns;
+    std::vector<double> const& lineMinimum = wide ? survey.rowMinimum : survey.columnMinimum;
+    std::vector<double> const& lineLargest = wide ? survey.rowLargestFinite : survey.columnLargestFinite;
+    lineMinimum_ = lineMinimum.data();
+    // Subtraction rounds monotonically, so each line's largest reduced value is its largest finite element
+    // minus its minimum.
+    for (std::size_t line = 0; line < lineMinimum.size(); ++line) {
+        largestReduced_ = std::max(largestReduced_, lineLargest[line] - lineMinimum[line]);
+    }
+    std::size_t const nOfElements = elementIndex(0, survey.shape.columns, survey.shape.rows);
+    int const nOfRows = survey.shape.rows;
+    int const nOfColumns = survey.shape.columns;
+    if (fitsNarrowCells(largestReduced_, survey.gridExponent)) {
+        narrowCells_.reset(new NarrowCell[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, narrowCells_.get(), nOfRows, nOfColumns);
+    } else if (fitsFloat(largestReduced_, survey.gridExponent)) {
+        floats_.reset(new float[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, floats_.get(), nOfRows, nOfColumns);
+    } else {
+        doubles_.reset(new double[nOfElements]);
+        writeReducedColumns(rowMajor, lineMinimum_, doubles_.get(), nOfRows, nOfColumns);
+    }
+}
+
+ExactStepsRoute::~ExactStepsRoute() = default;
+
+template <typename Visit>
+auto ExactStepsRoute::visitStorage(Visit visit) const {
+    if (narrowCells_) {
+        return visit(narrowCells_.get());
+    }
+    return floats_ ? visit(floats_.get()) : visit(doubles_.get());
+}
+
+bool ExactStepsRoute::moreColumnsWithRepeatedZeroThan(int limit) const {
+    return visitStorage([&](auto const* reduced) {
+        return moreColumnsWithRepeatedZero(reduced, survey_.shape.rows, survey_.shape.columns, limit);
+    });
+}
+
+bool ExactStepsRoute::solve(int* assignment) const {
+    return visitStorage([&](auto const* reduced) {
+        return starAndRunSteps(rowMajor_, survey_, reduced, lineMinimum_, largestReduced_, assignment);
+    });
+}
+
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                       int* assignment) {
+    return ExactStepsRoute(rowMajor, survey).solve(assignment);
 }
 
 }  // namespace Kestrel::assignment

@@ -7,14 +7,16 @@
 // (and hence the assignment) come out identical.
 #pragma once
 
+#include "MatrixCheck.h"
+
+#include <memory>
 #include <vector>
 
 namespace Kestrel::assignment {
 
-// The bound below which every value the steps form from this row-major matrix is exact: 2^(52 + e) for
-// the coarsest e such that every finite element is a multiple of 2^e, when e >= -52 (so that a non-zero
-// working value is never below DBL_EPSILON) and twice the largest finite magnitude stays below the bound.
-// Returns 0 when the matrix does not qualify. +infinity elements are skipped.
+struct NarrowCell;
+
+// The exact bound of a valid row-major matrix: surveyMatrix(rowMajor).exactRange (MatrixCheck.h).
 double exactRange(std::vector<std::vector<double>> const& rowMajor);
 
 // Continues the steps after the first reduction and star pass: `reduced` is the column-major working
@@ -29,13 +31,46 @@ bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn);
 
-// The whole route: the first reduction and star pass, done in place, and the incremental steps.
-// rowMajor is the caller's matrix and distMatrix the same in column-major order, which must admit min(rows,
-// columns) pairs on finite elements, and range its exactRange (> 0); the route leaves the reduced matrix in
-// it. Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres steps
-// return for this matrix; false, leaving assignment unspecified, when the values would leave the exact range
-// on the way.
-bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, double* distMatrix, double range,
-                       int* assignment, int nOfRows, int nOfColumns);
+// The whole route, built from the caller's rows: the constructor writes the first reduction into storage of
+// the route's own, the narrowest that holds every reduced value exactly (two-byte integers, floats or
+// doubles); no copy of the caller's matrix is made. The route keeps references to rowMajor and survey, which
+// must outlive it.
+class ExactStepsRoute {
+  public:
+    // Requires rowMajor to admit min(rows, columns) pairs on finite elements, and survey to be its survey,
+    // with exactRange > 0 and, for a matrix taller than wide, the column facts.
+    ExactStepsRoute(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey);
+    ~ExactStepsRoute();
+    ExactStepsRoute(ExactStepsRoute const&) = delete;
+    ExactStepsRoute& operator=(ExactStepsRoute const&) = delete;
+
+    // Whether more than `limit` columns hold more than one zero of the reduced matrix; for a matrix taller
+    // than wide, whether more than `limit` columns hold their minimum more than once. Reads each column up
+    // to its second zero, and no further column once the answer is known.
+    bool moreColumnsWithRepeatedZeroThan(int limit) const;
+
+    // Returns true with assignment[row] the column of each row (-1 for none), which is what the Munkres
+    // steps return for this matrix; false, leaving assignment unspecified, when the values would leave the
+    // exact range on the way.
+    bool solve(int* assignment) const;
+
+  private:
+    std::vector<std::vector<double>> const& rowMajor_;
+    MatrixSurvey const& survey_;
+    double const* lineMinimum_ = nullptr;  // the minima of the short side's lines, which the reduction took
+    double largestReduced_ = 0.0;
+    // The reduced matrix, column-major: one of the three is set.
+    std::unique_ptr<NarrowCell[]> narrowCells_;
+    std::unique_ptr<float[]> floats_;
+    std::unique_ptr<double[]> doubles_;
+
+    // Calls visit(reduced) with the storage that is set.
+    template <typename Visit>
+    auto visitStorage(Visit visit) const;
+};
+
+// The route in one call: ExactStepsRoute(rowMajor, survey).solve(assignment), with the same requirements.
+bool solveByExactSteps(std::vector<std::vector<double>> const& rowMajor, MatrixSurvey const& survey,
+                       int* assignment);
 
 }  // namespace Kestrel::assignment

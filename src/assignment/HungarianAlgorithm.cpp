@@ -16,6 +16,7 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -23,37 +24,39 @@ namespace {
 
 using Kestrel::assignment::elementIndex;
 
-// Copies the caller's rows into a column-major array, in tiles so that reads and writes both stay in cache.
+// Copies the caller's rows into a column-major array.
 void copyColumnMajor(std::vector<std::vector<double>> const& rows, double* columnMajor, int nOfRows,
                      int nOfColumns) {
-    constexpr int kTile = 32;
-    for (int rowStart = 0; rowStart < nOfRows; rowStart += kTile) {
-        int const rowEnd = std::min(nOfRows, rowStart + kTile);
-        for (int colStart = 0; colStart < nOfColumns; colStart += kTile) {
-            int const colEnd = std::min(nOfColumns, colStart + kTile);
-            for (int row = rowStart; row < rowEnd; ++row) {
-                double const* values = rows[row].data();
-                for (int col = colStart; col < colEnd; ++col) {
-                    columnMajor[elementIndex(row, col, nOfRows)] = values[col];
-                }
-            }
-        }
-    }
+    Kestrel::assignment::writeColumnMajor(rows, columnMajor, nOfRows, nOfColumns,
+                                          [](int, int, double value) { return value; });
+}
+
+std::unique_ptr<double[]> makeColumnMajorCopy(std::vector<std::vector<double>> const& rows, int nOfRows,
+                                              int nOfColumns) {
+    std::unique_ptr<double[]> columnMajor(new double[elementIndex(0, nOfColumns, nOfRows)]);
+    copyColumnMajor(rows, columnMajor.get(), nOfRows, nOfColumns);
+    return columnMajor;
 }
 
 // One line per negative element on std::cerr, flushed. The lines go out in blocks rather than one flush
 // each: the text is the same, and a matrix of a million negative costs does not spend seconds flushing.
+// The block is built once and written whole, then in part for the remaining lines.
 void writeNegativeElementMessages(std::size_t count) {
+    if (count == 0) {
+        return;
+    }
     static char const kLine[] = "All matrix elements have to be non-negative.\n";
+    constexpr std::size_t kLineLength = sizeof(kLine) - 1;
     constexpr std::size_t kLinesPerBlock = 4096;
     std::string block;
+    std::size_t const linesInBlock = std::min(count, kLinesPerBlock);
+    block.reserve(linesInBlock * kLineLength);
+    for (std::size_t k = 0; k < linesInBlock; ++k) {
+        block.append(kLine, kLineLength);
+    }
     while (count > 0) {
         std::size_t const lines = std::min(count, kLinesPerBlock);
-        block.clear();
-        for (std::size_t k = 0; k < lines; ++k) {
-            block += kLine;
-        }
-        std::cerr << block;
+        std::cerr.write(block.data(), static_cast<std::streamsize>(lines * kLineLength));
         count -= lines;
     }
     std::cerr.flush();
@@ -71,12 +74,12 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     if (DistMatrix.empty()) {
         return 0.0;
     }
-    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(DistMatrix);
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(DistMatrix);
+    Kestrel::assignment::MatrixShape const shape = survey.shape;
     if (shape.forbiddenPairs && !Kestrel::assignment::hasCompleteMatching(DistMatrix, shape)) {
         throw std::invalid_argument("cost matrix is infeasible");
     }
-    std::size_t const nOfNegativeElements = Kestrel::assignment::countNegativeElements(DistMatrix);
-    writeNegativeElementMessages(nOfNegativeElements);
+    writeNegativeElementMessages(survey.negativeElements);
     int const nOfRows = shape.rows;
     int const nOfColumns = shape.columns;
 
@@ -85,31 +88,39 @@ double HungarianAlgorithm::solve(std::vector<std::vector<double>> const& DistMat
     std::unique_ptr<int[]> assignment(new int[static_cast<std::size_t>(nOfRows)]);
     double cost = 0.0;
 
-    // A matrix that is not taller than wide hands its rows to the unique-optimum proof directly; the
-    // column-major copy is made only when another route runs. When the proof does not apply, matrices on
-    // which every value of the steps is exact (integers are the common case, and ties are common there)
-    // take the exact steps, which reduce the copy in place; should they leave the exact range, the copy is
-    // made again for the steps as they stand. A fast route's cost adds the same cells in the same row
-    // order as computeassignmentcost, read from the caller's rows.
+    // The unique-optimum proof goes first; when it does not apply, matrices on which every value of the
+    // steps is exact (integers are the common case, and ties are common there) take the exact steps, which
+    // build their own reduced matrix from the rows. The proof reads the short side's lines: the caller's
+    // rows, or for a taller matrix the columns of the column-major copy. On a taller matrix on the exact
+    // grid the exact steps' reduced matrix is built first: its columns show whether the matrix is too full
+    // of ties for the proof, in which case the copy is not made. The copy is otherwise made only when the
+    // steps as they stand run. A fast route's cost adds the same cells in the same row order as
+    // computeassignmentcost, read from the caller's rows.
     bool const wide = nOfRows <= nOfColumns;
-    double const range = allowFastRoutes ? Kestrel::assignment::exactRange(DistMatrix) : 0.0;
-    bool solvedFast = allowFastRoutes && wide &&
-                      findUniqueOptimum(DistMatrix, nullptr, shape, range, assignment.get()) ==
-                          UniqueOptimumOutcome::Proved;
-    std::unique_ptr<double[]> distMatrixIn;
-    if (!solvedFast) {
-        distMatrixIn.reset(new double[elementIndex(0, nOfColumns, nOfRows)]);
-        copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
-        solvedFast = allowFastRoutes && !wide &&
-                     findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range, assignment.get()) ==
-                         UniqueOptimumOutcome::Proved;
+    double const range = allowFastRoutes ? survey.exactRange : 0.0;
+    std::optional<Kestrel::assignment::ExactStepsRoute> exactRoute;
+    bool proofMayApply = allowFastRoutes;
+    if (!wide && range > 0.0) {
+        Kestrel::assignment::surveyColumns(DistMatrix, &survey);
+        exactRoute.emplace(DistMatrix, survey);
+        proofMayApply = !exactRoute->moreColumnsWithRepeatedZeroThan(
+            Kestrel::assignment::mostLinesWithRepeatedMinimum(nOfColumns));
     }
+    std::unique_ptr<double[]> distMatrixIn;
+    if (!wide && proofMayApply) {
+        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
+    }
+    bool solvedFast = proofMayApply && findUniqueOptimum(DistMatrix, distMatrixIn.get(), shape, range,
+                                                         assignment.get()) == UniqueOptimumOutcome::Proved;
     if (!solvedFast && range > 0.0) {
-        solvedFast = Kestrel::assignment::solveByExactSteps(DistMatrix, distMatrixIn.get(), range,
-                                                            assignment.get(), nOfRows, nOfColumns);
-        if (!solvedFast) {
-            copyColumnMajor(DistMatrix, distMatrixIn.get(), nOfRows, nOfColumns);
+        if (!exactRoute) {
+            exactRoute.emplace(DistMatrix, survey);
         }
+        solvedFast = exactRoute->solve(assignment.get());
+    }
+    exactRoute.reset();  // its reduced matrix is not needed by the steps as they stand
+    if (!solvedFast && !distMatrixIn) {
+        distMatrixIn = makeColumnMajorCopy(DistMatrix, nOfRows, nOfColumns);
     }
     if (solvedFast) {
         for (int row = 0; row < nOfRows; ++row) {
@@ -146,8 +157,8 @@ void HungarianAlgorithm::assignmentoptimal(int* assignment, double* cost, double
     bool* primeMatrix = starMatrix + nOfElements;
     bool* newStarMatrix = primeMatrix + nOfElements;
 
-    int const minDim = Kestrel::assignment::reduceAndStar(distMatrix.get(), assignment, coveredColumns,
-                                                          coveredRows, nOfRows, nOfColumns);
+    int const minDim =
+        Kestrel::assignment::reduceAndStar(distMatrix.get(), assignment, coveredColumns, nOfRows, nOfColumns);
     for (int row = 0; row < nOfRows; ++row) {
         if (assignment[row] >= 0) {
             std::size_t const index = elementIndex(row, assignment[row], nOfRows);

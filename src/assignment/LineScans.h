@@ -1,12 +1,15 @@
-// Passes over one contiguous line of doubles used by the assignment solver's checks and margin proof.
-// With SSE2 (every x86-64 processor) they handle two values per instruction; the plain loops give the same
-// results elsewhere. Each lane performs the same operations in the same order as the plain loop.
+// Passes over one contiguous line of values used by the assignment solver's checks, margin proof and exact
+// steps; lines are doubles, or floats where the exact steps keep their matrix narrow. With SSE2 (every x86-64
+// processor) they handle two values per instruction; the plain loops give the same results elsewhere. Each
+// lane performs the same operations in the same order as the plain loop.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "InstructionSets.h"
 
@@ -15,6 +18,55 @@
 #endif
 
 namespace Kestrel::assignment {
+
+// A cell of the narrowest storage of the exact steps' reduced matrix: an integer from 0 to 65534, or
+// kForbidden for +infinity. It converts to a double only through widen, so that no reading of it can miss
+// the +infinity.
+struct NarrowCell {
+    static constexpr std::uint16_t kForbidden = 65535;
+    std::uint16_t bits;
+};
+static_assert(sizeof(NarrowCell) == 2, "narrow cells are packed two bytes each");
+
+// The value of a cell of any storage as a double, exactly.
+inline double widen(double cell) {
+    return cell;
+}
+inline double widen(float cell) {
+    return cell;
+}
+inline double widen(NarrowCell cell) {
+    return cell.bits == NarrowCell::kForbidden ? std::numeric_limits<double>::infinity()
+                                               : static_cast<double>(cell.bits);
+}
+
+#if KESTREL_USE_SSE2
+// Two consecutive cells as doubles, as widen gives them; the passes below read matrices stored as doubles,
+// floats or narrow cells.
+inline __m128d loadTwo(double const* cells) {
+    return _mm_loadu_pd(cells);
+}
+inline __m128d loadTwo(float const* cells) {
+    return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(cells))));
+}
+// Stores the two differences as cells[0] and cells[1]; each must be an integer from 0 to 65534 or +infinity
+// (which becomes kForbidden).
+inline void storeTwoNarrow(NarrowCell* cells, __m128d differences) {
+    __m128i const whole = _mm_cvttpd_epi32(_mm_min_pd(differences, _mm_set1_pd(NarrowCell::kForbidden)));
+    // The low halves of the two 32-bit integers, side by side in the low 32 bits.
+    std::int32_t const pair = _mm_cvtsi128_si32(_mm_shufflelo_epi16(whole, 0x08));
+    std::memcpy(cells, &pair, sizeof(pair));
+}
+
+inline __m128d loadTwo(NarrowCell const* cells) {
+    std::int32_t pair = 0;
+    std::memcpy(&pair, cells, sizeof(pair));
+    __m128d const values = _mm_cvtepi32_pd(_mm_unpacklo_epi16(_mm_cvtsi32_si128(pair), _mm_setzero_si128()));
+    // kForbidden + infinity is +infinity; every other value gains +0.0 and stays as it is.
+    __m128d const forbidden = _mm_cmpeq_pd(values, _mm_set1_pd(NarrowCell::kForbidden));
+    return _mm_add_pd(values, _mm_and_pd(forbidden, _mm_set1_pd(std::numeric_limits<double>::infinity())));
+}
+#endif
 
 // True when every value[0 .. n) is finite (x - x is 0 exactly for finite x, NaN otherwise).
 inline bool allFinite(double const* values, int n) {
@@ -36,15 +88,45 @@ inline bool allFinite(double const* values, int n) {
 
 // minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k] for k in [0, n): an equal value keeps the
 // earlier minimum, as a scan that replaces the minimum only by smaller values does.
-inline void lowerToElementwiseMinimum(double* minimum, double const* values, int n) {
+template <typename Cell>
+inline void lowerToElementwiseMinimum(double* minimum, Cell const* values, int n) {
     int k = 0;
 #if KESTREL_USE_SSE2
     for (; k + 2 <= n; k += 2) {
-        _mm_storeu_pd(minimum + k, _mm_min_pd(_mm_loadu_pd(values + k), _mm_loadu_pd(minimum + k)));
+        _mm_storeu_pd(minimum + k, _mm_min_pd(loadTwo(values + k), _mm_loadu_pd(minimum + k)));
     }
 #endif
     for (; k < n; ++k) {
-        minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k];
+        double const value = widen(values[k]);
+        minimum[k] = value < minimum[k] ? value : minimum[k];
+    }
+}
+
+// For k in [0, n): minimum[k] = values[k] < minimum[k] ? values[k] : minimum[k] (an equal value keeps the
+// earlier minimum) and maximum[k] = values[k] > maximum[k] ? values[k] : maximum[k], where with
+// kFiniteMaximum a value of +infinity never raises the maximum.
+template <bool kFiniteMaximum>
+inline void widenToElementwiseExtremes(double* minimum, double* maximum, double const* values, int n) {
+    double const inf = std::numeric_limits<double>::infinity();
+    int k = 0;
+#if KESTREL_USE_SSE2
+    __m128d const infs = _mm_set1_pd(inf);
+    for (; k + 2 <= n; k += 2) {
+        __m128d const value = _mm_loadu_pd(values + k);
+        _mm_storeu_pd(minimum + k, _mm_min_pd(value, _mm_loadu_pd(minimum + k)));
+        __m128d const previous = _mm_loadu_pd(maximum + k);
+        if (kFiniteMaximum) {
+            __m128d const raise = _mm_and_pd(_mm_cmplt_pd(value, infs), _mm_cmpgt_pd(value, previous));
+            _mm_storeu_pd(maximum + k, _mm_or_pd(_mm_and_pd(raise, value), _mm_andnot_pd(raise, previous)));
+        } else {
+            _mm_storeu_pd(maximum + k, _mm_max_pd(value, previous));
+        }
+    }
+#endif
+    for (; k < n; ++k) {
+        double const value = values[k];
+        minimum[k] = value < minimum[k] ? value : minimum[k];
+        maximum[k] = (!kFiniteMaximum || value < inf) && value > maximum[k] ? value : maximum[k];
     }
 }
 
@@ -75,21 +157,55 @@ inline void lineExtremes(double const* values, int n, double* minimum, double* m
     *maximum = high;
 }
 
-// Number of values[0 .. n) equal to `target`.
-inline int countEqual(double const* values, int n, double target) {
+// Comparisons for countWhere: on two lanes at once and on one value.
+struct EqualTo {
+#if KESTREL_USE_SSE2
+    static __m128d lanes(__m128d values, __m128d targets) {
+        return _mm_cmpeq_pd(values, targets);
+    }
+#endif
+    static bool one(double value, double target) {
+        return value == target;
+    }
+};
+struct Below {
+#if KESTREL_USE_SSE2
+    static __m128d lanes(__m128d values, __m128d targets) {
+        return _mm_cmplt_pd(values, targets);
+    }
+#endif
+    static bool one(double value, double target) {
+        return value < target;
+    }
+};
+
+// Number of values[0 .. n) for which Comparison::one(value, target) holds.
+template <typename Comparison, typename Cell>
+inline int countWhere(Cell const* values, int n, double target) {
     int count = 0;
     int k = 0;
 #if KESTREL_USE_SSE2
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
-        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
+        int const mask = _mm_movemask_pd(Comparison::lanes(loadTwo(values + k), targets));
         count += (mask & 1) + (mask >> 1);
     }
 #endif
     for (; k < n; ++k) {
-        count += values[k] == target;
+        count += Comparison::one(widen(values[k]), target) ? 1 : 0;
     }
     return count;
+}
+
+// Number of values[0 .. n) equal to `target`.
+template <typename Cell>
+inline int countEqual(Cell const* values, int n, double target) {
+    return countWhere<EqualTo>(values, n, target);
+}
+
+// Number of values[0 .. n) below `bound`.
+inline int countBelow(double const* values, int n, double bound) {
+    return countWhere<Below>(values, n, bound);
 }
 
 // Over k in [0, n): the lowest reduced cost (cost[k] - rowDual) - columnDual[k], starting from 0, and the
@@ -126,8 +242,9 @@ inline void scanReducedCosts(double const* cost, double const* columnDual, doubl
 // For k in [0, n): keys[k] = candidate < keys[k] ? candidate : keys[k], with the candidate
 // (((column[k] + added[k]) - subtracted) + blocked[k]) + total. Returns the smallest of the resulting keys
 // (+infinity for n = 0); the smallest of a set does not depend on the order in which it is taken.
-inline double lowerKeysByColumn(double* keys, double const* column, double const* added,
-                                double const* blocked, double subtracted, double total, int n) {
+template <typename Cell>
+inline double lowerKeysByColumn(double* keys, Cell const* column, double const* added, double const* blocked,
+                                double subtracted, double total, int n) {
     double smallest = std::numeric_limits<double>::infinity();
     int k = 0;
 #if KESTREL_USE_SSE2
@@ -136,7 +253,7 @@ inline double lowerKeysByColumn(double* keys, double const* column, double const
     __m128d smallests = _mm_set1_pd(smallest);
     for (; k + 2 <= n; k += 2) {
         __m128d const candidate = _mm_add_pd(
-            _mm_add_pd(_mm_sub_pd(_mm_add_pd(_mm_loadu_pd(column + k), _mm_loadu_pd(added + k)), subtracteds),
+            _mm_add_pd(_mm_sub_pd(_mm_add_pd(loadTwo(column + k), _mm_loadu_pd(added + k)), subtracteds),
                        _mm_loadu_pd(blocked + k)),
             totals);
         __m128d const key = _mm_min_pd(candidate, _mm_loadu_pd(keys + k));
@@ -148,7 +265,7 @@ inline double lowerKeysByColumn(double* keys, double const* column, double const
     smallest = std::min(pair[0], pair[1]);
 #endif
     for (; k < n; ++k) {
-        double const candidate = (((column[k] + added[k]) - subtracted) + blocked[k]) + total;
+        double const candidate = (((widen(column[k]) + added[k]) - subtracted) + blocked[k]) + total;
         keys[k] = candidate < keys[k] ? candidate : keys[k];
         smallest = keys[k] < smallest ? keys[k] : smallest;
     }
@@ -185,19 +302,47 @@ inline int appendPairPositions(int mask, int k, int* positions, int count) {
 #endif
 
 // Writes to positions, in ascending order, every k in [0, n) with values[k] == target; returns how many.
-inline int positionsOfValue(double const* values, int n, double target, int* positions) {
+template <typename Cell>
+inline int positionsOfValue(Cell const* values, int n, double target, int* positions) {
     int count = 0;
     int k = 0;
 #if KESTREL_USE_SSE2
+    // Floats four at a time, passing over a group without a match at once (the zeros of a reduced column
+    // are few). Comparing as floats is comparing as doubles when the target is itself a float.
+    if constexpr (std::is_same_v<Cell, float>) {
+        if (static_cast<double>(static_cast<float>(target)) == target) {
+            __m128 const targets = _mm_set1_ps(static_cast<float>(target));
+            for (; k + 4 <= n; k += 4) {
+                for (int mask = _mm_movemask_ps(_mm_cmpeq_ps(_mm_loadu_ps(values + k), targets)); mask != 0;
+                     mask &= mask - 1) {
+                    positions[count++] = k + __builtin_ctz(static_cast<unsigned>(mask));
+                }
+            }
+        }
+    }
+    // Narrow cells eight at a time, the same way; each cell sets two bits of the byte mask.
+    if constexpr (std::is_same_v<Cell, NarrowCell>) {
+        if (target >= 0.0 && target < NarrowCell::kForbidden && target == std::floor(target)) {
+            __m128i const targets =
+                _mm_set1_epi16(static_cast<std::int16_t>(static_cast<std::uint16_t>(target)));
+            for (; k + 8 <= n; k += 8) {
+                __m128i const cells = _mm_loadu_si128(reinterpret_cast<__m128i const*>(values + k));
+                for (int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(cells, targets)) & 0x5555; mask != 0;
+                     mask &= mask - 1) {
+                    positions[count++] = k + __builtin_ctz(static_cast<unsigned>(mask)) / 2;
+                }
+            }
+        }
+    }
     __m128d const targets = _mm_set1_pd(target);
     for (; k + 2 <= n; k += 2) {
-        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(_mm_loadu_pd(values + k), targets));
+        int const mask = _mm_movemask_pd(_mm_cmpeq_pd(loadTwo(values + k), targets));
         count = appendPairPositions(mask, k, positions, count);
     }
 #endif
     for (; k < n; ++k) {
         positions[count] = k;
-        count += values[k] == target ? 1 : 0;
+        count += widen(values[k]) == target ? 1 : 0;
     }
     return count;
 }
@@ -250,46 +395,53 @@ inline double largestFinite(double const* values, int n) {
     return largest;
 }
 
-// True when every values[k], k in [0, n), is an integer of magnitude below 2^31; then ORs the magnitudes
-// into *bits and raises *largest to the largest magnitude. False, leaving both unspecified, otherwise.
-inline bool smallIntegers(double const* values, int n, std::uint32_t* bits, double* largest) {
-    double const limit = 2147483648.0;
+// True when every values[k], k in [0, n), n >= 1, is an integer from -2^31 to 2^31 - 1 (so every one is
+// finite); then ORs the integers' 32-bit two's complements into *bits, whose lowest set bit is thus the
+// lowest set bit of any of their magnitudes (negation keeps the trailing zeros), and stores the smallest
+// and the largest value. False, leaving the outputs unspecified, otherwise. (A value outside that range,
+// an infinity or NaN converts to the integer -2^31, which does not equal it back.)
+inline bool smallIntegerLine(double const* values, int n, std::uint32_t* bits, double* minimum,
+                             double* maximum) {
     std::uint32_t ored = 0;
-    double high = 0.0;
+    double low = values[0];
+    double high = values[0];
     bool integers = true;
     int k = 0;
 #if KESTREL_USE_SSE2
-    __m128d const signs = _mm_set1_pd(-0.0);
-    __m128d const limits = _mm_set1_pd(limit);
     __m128d all = _mm_castsi128_pd(_mm_set1_epi32(-1));
     __m128i ors = _mm_setzero_si128();
-    __m128d highs = _mm_setzero_pd();
+    __m128d lows = _mm_set1_pd(low);
+    __m128d highs = lows;
     for (; k + 2 <= n; k += 2) {
-        __m128d const magnitude = _mm_andnot_pd(signs, _mm_loadu_pd(values + k));
-        __m128i const whole = _mm_cvttpd_epi32(magnitude);
-        __m128d const exact = _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), magnitude);
-        all = _mm_and_pd(all, _mm_and_pd(exact, _mm_cmplt_pd(magnitude, limits)));
+        __m128d const value = _mm_loadu_pd(values + k);
+        __m128i const whole = _mm_cvttpd_epi32(value);
+        all = _mm_and_pd(all, _mm_cmpeq_pd(_mm_cvtepi32_pd(whole), value));
         ors = _mm_or_si128(ors, whole);
-        highs = _mm_max_pd(magnitude, highs);
+        lows = _mm_min_pd(value, lows);
+        highs = _mm_max_pd(value, highs);
     }
     integers = _mm_movemask_pd(all) == 3;
     std::uint32_t lanes[4];
     _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes), ors);
     ored = lanes[0] | lanes[1];
     double pair[2];
+    _mm_storeu_pd(pair, lows);
+    low = std::min(pair[0], pair[1]);
     _mm_storeu_pd(pair, highs);
     high = std::max(pair[0], pair[1]);
 #endif
     for (; k < n && integers; ++k) {
-        double const magnitude = std::fabs(values[k]);
-        integers =
-            magnitude < limit && static_cast<double>(static_cast<std::uint32_t>(magnitude)) == magnitude;
-        ored |= integers ? static_cast<std::uint32_t>(magnitude) : 0u;
-        high = magnitude > high ? magnitude : high;
+        double const value = values[k];
+        integers = value >= -2147483648.0 && value < 2147483648.0 &&
+                   static_cast<double>(static_cast<std::int32_t>(value)) == value;
+        ored |= integers ? static_cast<std::uint32_t>(static_cast<std::int32_t>(value)) : 0u;
+        low = std::min(low, value);
+        high = std::max(high, value);
     }
     if (integers) {
         *bits |= ored;
-        *largest = std::max(*largest, high);
+        *minimum = low;
+        *maximum = high;
     }
     return integers;
 }

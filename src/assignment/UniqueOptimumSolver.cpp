@@ -76,9 +76,6 @@ constexpr double kLargestCost = 1e280;
 // Near-tight edges beyond this many per short-side line end the proof early: such matrices are full of
 // near-ties and the steps decide anyway.
 constexpr std::size_t kNearTightEdgesPerLine = 8;
-// When more than one line in this many holds its minimum twice or more, the matrix is full of exact ties
-// and the proof is not attempted (it would almost surely fail): the steps decide at once.
-constexpr int kRepeatedMinimumShare = 8;
 
 // The short side of the matrix as m contiguous lines of nLong costs: the caller's rows, or the columns of
 // the column-major copy.
@@ -146,7 +143,7 @@ std::optional<LineSummary> summarizeLines(ShortSide const& side, bool forbiddenP
             lineExtremes(cost, side.nLong, &lineMinimum, &lineMaximum);
         }
         linesWithRepeatedMinimum += countEqual(cost, side.nLong, lineMinimum) > 1;
-        if (linesWithRepeatedMinimum > side.m / kRepeatedMinimumShare) {
+        if (linesWithRepeatedMinimum > mostLinesWithRepeatedMinimum(side.m)) {
             return std::nullopt;
         }
         summary.R = std::max(summary.R, lineMaximum - lineMinimum);
@@ -324,6 +321,12 @@ bool dualsHaveTheProvedForm(DualSolution const& solution, int nLong) {
 }
 
 }  // namespace
+
+// A matrix with more would almost surely fail the proof, so it is not attempted.
+int mostLinesWithRepeatedMinimum(int nOfLines) {
+    constexpr int kRepeatedMinimumShare = 8;
+    return nOfLines / kRepeatedMinimumShare;
+}
 
 UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& rowMajor,
                                        double const* distMatrixIn, MatrixShape shape, double range,

@@ -26,4 +26,10 @@ UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& r
                                        double const* distMatrixIn, MatrixShape shape, double range,
                                        int* assignment);
 
+// The most short-side lines, of nOfLines, that may hold their minimum twice or more for the proof to be
+// attempted (one in eight): with more the matrix is full of exact ties, and findUniqueOptimum returns
+// NearTieFound at once (the steps decide). A caller that knows the count beforehand may skip the call, and
+// what it prepares for it.
+int mostLinesWithRepeatedMinimum(int nOfLines);
+
 }  // namespace Kestrel::assignment

@@ -48,11 +48,11 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
         return {};
     }
     std::vector<int> assignment(nRows);
-    std::vector<char> covers(nRows + nCols, 0);
+    std::vector<char> covers(nCols, 0);
     bool* coveredColumns = reinterpret_cast<bool*>(covers.data());
     std::vector<double> lineMinimum(std::min(nRows, nCols));
-    Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns,
-                                       coveredColumns + nCols, nRows, nCols, lineMinimum.data());
+    Kestrel::assignment::reduceAndStar(values.data(), assignment.data(), coveredColumns, nRows, nCols,
+                                       lineMinimum.data());
     bool const solved = Kestrel::assignment::continueStepsExactly(values.data(), matrix, lineMinimum.data(),
                                                                   nRows, nCols, range, assignment.data());
     return solved ? assignment : std::vector<int>();
@@ -60,12 +60,11 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
 
 // The whole route as Solve calls it.
 bool routeTakesIt(Matrix const& matrix) {
-    std::vector<double> values = columnMajor(matrix);
     std::vector<int> assignment(matrix.size());
-    double const range = Kestrel::assignment::exactRange(matrix);
-    return range > 0.0 && Kestrel::assignment::solveByExactSteps(
-                              matrix, values.data(), range, assignment.data(),
-                              static_cast<int>(matrix.size()), static_cast<int>(matrix.front().size()));
+    Kestrel::assignment::MatrixSurvey survey = Kestrel::assignment::surveyMatrix(matrix);
+    Kestrel::assignment::surveyColumns(matrix, &survey);
+    return survey.exactRange > 0.0 &&
+           Kestrel::assignment::solveByExactSteps(matrix, survey, assignment.data());
 }
 
 // Integer costs in [low, high], a share of them forbidden, and an optional seeded structure.

@@ -138,32 +138,161 @@ TEST(LineScans, KeyFoldingAndMatchingMatchPlainLoopsForEveryLength) {
     }
 }
 
-// The integer test against a plain loop: lines of integers (with signs) below 2^31 pass with the OR of
-// their magnitudes and the largest one; a fraction, 2^31 or an infinity anywhere makes the line fail.
+// The integer test against a plain loop: lines of integers (with signs) from -2^31 to 2^31 - 1 pass, with
+// bits whose lowest set bit is that of the OR of their magnitudes, and their extremes; a fraction, a value
+// beyond that range, an infinity or NaN anywhere makes the line fail.
 TEST(LineScans, SmallIntegerLinesMatchPlainLoopsForEveryLength) {
     std::mt19937 engine(12);
-    for (int n = 0; n <= 24; ++n) {
+    for (int n = 1; n <= 24; ++n) {
         std::vector<double> line(n);
-        std::uint32_t expectedBits = 0;
-        double expectedLargest = 0.0;
+        std::uint64_t magnitudes = 0;
         for (double& value : line) {
             std::uint32_t const magnitude =
                 static_cast<std::uint32_t>(engine() % 2147483648u) >> (engine() % 31);
             value = (engine() % 2 == 0 ? -1.0 : 1.0) * static_cast<double>(magnitude);
-            expectedBits |= magnitude;
-            expectedLargest = std::max(expectedLargest, static_cast<double>(magnitude));
+            magnitudes |= magnitude;
+        }
+        if (n % 5 == 0) {
+            line[n / 2] = -2147483648.0;
+            magnitudes |= std::uint64_t{1} << 31;
         }
         std::uint32_t bits = 0;
-        double largest = 0.0;
-        ASSERT_TRUE(smallIntegers(line.data(), n, &bits, &largest)) << n;
-        EXPECT_EQ(bits, expectedBits) << n;
-        EXPECT_EQ(largest, expectedLargest) << n;
+        double minimum = 0.0;
+        double maximum = 0.0;
+        ASSERT_TRUE(smallIntegerLine(line.data(), n, &bits, &minimum, &maximum)) << n;
+        EXPECT_EQ(bits == 0, magnitudes == 0) << n;
+        if (magnitudes != 0) {
+            EXPECT_EQ(__builtin_ctz(bits), __builtin_ctzll(magnitudes)) << n;
+        }
+        EXPECT_EQ(minimum, *std::min_element(line.begin(), line.end())) << n;
+        EXPECT_EQ(maximum, *std::max_element(line.begin(), line.end())) << n;
         for (int position = 0; position < n; ++position) {
-            for (double const bad : {0.5, 2147483648.0, std::numeric_limits<double>::infinity()}) {
+            for (double const bad :
+                 {0.5, -2.25, 2147483648.0, -2147483649.0, std::numeric_limits<double>::infinity(),
+                  -std::numeric_limits<double>::infinity(), std::nan("")}) {
                 std::vector<double> spoiled = line;
                 spoiled[position] = bad;
-                EXPECT_FALSE(smallIntegers(spoiled.data(), n, &bits, &largest)) << n << " at " << position;
+                EXPECT_FALSE(smallIntegerLine(spoiled.data(), n, &bits, &minimum, &maximum))
+                    << n << " at " << position;
             }
+        }
+    }
+}
+
+TEST(LineScans, CountBelowMatchesPlainLoopForEveryLength) {
+    std::mt19937 engine(13);
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> line = randomLine(engine, n);
+        if (n > 2) {
+            line[n / 2] = -0.0;
+        }
+        int const expected =
+            static_cast<int>(std::count_if(line.begin(), line.end(), [](double v) { return v < 0.0; }));
+        EXPECT_EQ(countBelow(line.data(), n, 0.0), expected) << n;
+    }
+}
+
+// The passes that read the exact steps' reduced matrix give, on a line of narrower cells, what they give on
+// the doubles those cells stand for: key folding, elementwise minimum, positions and counts of values.
+template <typename Cell>
+void expectScansAgree(std::mt19937& engine, std::vector<Cell> const& narrow, std::vector<double> const& wide,
+                      std::vector<double> const& targets) {
+    int const n = static_cast<int>(wide.size());
+    std::vector<double> const added = randomLine(engine, n);
+    std::vector<double> const blocked(n, 0.0);
+    std::vector<double> keysFromWide = randomLine(engine, n);
+    std::vector<double> keysFromNarrow = keysFromWide;
+    EXPECT_EQ(
+        lowerKeysByColumn(keysFromNarrow.data(), narrow.data(), added.data(), blocked.data(), 0.5, 1.0, n),
+        lowerKeysByColumn(keysFromWide.data(), wide.data(), added.data(), blocked.data(), 0.5, 1.0, n));
+    EXPECT_EQ(keysFromNarrow, keysFromWide) << n;
+    std::vector<double> minimumOfWide(n, 70000.0);
+    std::vector<double> minimumOfNarrow(n, 70000.0);
+    lowerToElementwiseMinimum(minimumOfWide.data(), wide.data(), n);
+    lowerToElementwiseMinimum(minimumOfNarrow.data(), narrow.data(), n);
+    EXPECT_EQ(minimumOfNarrow, minimumOfWide) << n;
+    for (double const target : targets) {
+        std::vector<int> positionsInWide(n + 1);
+        std::vector<int> positionsInNarrow(n + 1);
+        positionsInWide.resize(positionsOfValue(wide.data(), n, target, positionsInWide.data()));
+        positionsInNarrow.resize(positionsOfValue(narrow.data(), n, target, positionsInNarrow.data()));
+        EXPECT_EQ(positionsInNarrow, positionsInWide) << n << " " << target;
+        EXPECT_EQ(positionsInWide.size(),
+                  static_cast<std::size_t>(std::count(wide.begin(), wide.end(), target)))
+            << n << " " << target;
+        EXPECT_EQ(countEqual(narrow.data(), n, target), countEqual(wide.data(), n, target))
+            << n << " " << target;
+    }
+}
+
+// Float lines, with and without the groups of four.
+TEST(LineScans, FloatLinesScanAsTheirDoubles) {
+    std::mt19937 engine(14);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> wide = randomLine(engine, n);
+        for (int k = 0; k < n; ++k) {
+            wide[k] = k % 5 == 2 ? inf : std::fabs(wide[k]);
+        }
+        std::vector<float> const narrow(wide.begin(), wide.end());
+        expectScansAgree(engine, narrow, wide, {0.0, 2.5, inf});
+    }
+}
+
+// Narrow cells read as the doubles they stand for (kForbidden as +infinity), with and without the groups of
+// eight, for targets that are narrow cells and targets that are not.
+TEST(LineScans, NarrowLinesScanAsTheirDoubles) {
+    std::mt19937 engine(16);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 40; ++n) {
+        std::vector<NarrowCell> narrow(n);
+        std::vector<double> wide(n);
+        for (int k = 0; k < n; ++k) {
+            std::uint16_t const bits = engine() % 5 == 0 ? NarrowCell::kForbidden
+                                       : engine() % 3 == 0
+                                           ? 0
+                                           : static_cast<std::uint16_t>(65534 - engine() % 70000 % 65535);
+            narrow[k] = NarrowCell{bits};
+            wide[k] = bits == NarrowCell::kForbidden ? inf : static_cast<double>(bits);
+            EXPECT_EQ(widen(narrow[k]), wide[k]);
+        }
+        expectScansAgree(engine, narrow, wide, {0.0, 65534.0, inf, 7.5});
+    }
+}
+
+// The column extremes taken row by row, against plain loops: the minimum keeps the earlier of equal values
+// (-0.0 before 0.0), and the finite maximum passes over +infinity.
+TEST(LineScans, ElementwiseExtremesMatchPlainLoopsForEveryLength) {
+    std::mt19937 engine(15);
+    double const inf = std::numeric_limits<double>::infinity();
+    for (int n = 0; n <= 24; ++n) {
+        std::vector<double> minimum = randomLine(engine, n);
+        std::vector<double> maximum = randomLine(engine, n);
+        std::vector<double> values = randomLine(engine, n);
+        for (int k = 0; k < n; ++k) {
+            values[k] = k % 4 == 1 ? inf : (k % 4 == 2 ? -0.0 : values[k]);
+            minimum[k] = k % 4 == 2 ? 0.0 : minimum[k];
+        }
+        for (bool const finiteMaximum : {false, true}) {
+            std::vector<double> expectedMinimum = minimum;
+            std::vector<double> expectedMaximum = maximum;
+            for (int k = 0; k < n; ++k) {
+                expectedMinimum[k] = values[k] < minimum[k] ? values[k] : minimum[k];
+                bool const counts = !finiteMaximum || values[k] < inf;
+                expectedMaximum[k] = counts && values[k] > maximum[k] ? values[k] : maximum[k];
+            }
+            std::vector<double> lowered = minimum;
+            std::vector<double> raised = maximum;
+            if (finiteMaximum) {
+                widenToElementwiseExtremes<true>(lowered.data(), raised.data(), values.data(), n);
+            } else {
+                widenToElementwiseExtremes<false>(lowered.data(), raised.data(), values.data(), n);
+            }
+            for (int k = 0; k < n; ++k) {
+                EXPECT_EQ(std::signbit(lowered[k]), std::signbit(expectedMinimum[k])) << n << " at " << k;
+            }
+            EXPECT_EQ(lowered, expectedMinimum) << n;
+            EXPECT_EQ(raised, expectedMaximum) << n;
         }
     }
 }
