@@ -160,7 +160,9 @@ void writeNarrowReducedColumns(std::vector<std::vector<double>> const& rowMajor,
             for (; row + 2 <= rowEnd; row += 2) {
                 double const* upper = rowMajor[row].data();
                 double const* lower = rowMajor[row + 1].data();
-                __m128d const rowMinima = _mm_set_pd(lineMinimum[row + 1], lineMinimum[row]);
+                // A taller matrix has one minimum per column, none per row.
+                __m128d const rowMinima =
+                    byRow ? _mm_set_pd(lineMinimum[row + 1], lineMinimum[row]) : _mm_setzero_pd();
                 int col = colStart;
                 for (; col + 2 <= colEnd; col += 2) {
                     __m128d const uppers = _mm_loadu_pd(upper + col);
