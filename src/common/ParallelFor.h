@@ -98,41 +98,27 @@ bool takeChunks(std::atomic<std::ptrdiff_t>& next, std::ptrdiff_t chunk, std::pt
 // core with other work, to leave the rest to the others; few enough that handing them out costs nothing.
 constexpr std::ptrdiff_t kChunksPerThread = 8;
 
-// forEachBlock() below, with the loop cut into `chunksPerThread` chunks per thread and the share of each
-// thread run inside scope(thread, work): work() takes and handles chunks until none is left, and never
-// throws. A scope sees every thread of the team once (thread 0 alone, without a parallel region, when the
-// team is one thread), so it can measure or prepare per thread what would cost too much per chunk.
-template <class Body, class Scope>
-void forEachBlockInScope(int threads, std::ptrdiff_t count, std::ptrdiff_t chunksPerThread, Body&& body,
-                         Scope&& scope) {
+// Calls body(begin, end, thread) on chunks of consecutive indices that together cover 0 ... count - 1
+// once, on a team of at most `threads`: each thread takes the next chunk not yet taken, so a thread that
+// gets less of a core does less of the work. For loops whose body cannot fail part-way (an exception
+// leaves the rest of its chunk undone; the one of the lowest chunk is rethrown afterwards). `thread` lies
+// in 0 ... threads - 1; with a team of one the body is called once, for the whole range.
+template <class Body>
+void forEachBlock(int threads, std::ptrdiff_t count, Body&& body) {
     if (count <= 0) {
         return;
     }
     int const team = static_cast<int>(std::min<std::ptrdiff_t>(std::max(threads, 1), count));
     if (team == 1) {
-        scope(0, [&] { body(std::ptrdiff_t{0}, count, 0); });
+        body(std::ptrdiff_t{0}, count, 0);
         return;
     }
-    std::ptrdiff_t const chunk =
-        std::max<std::ptrdiff_t>(1, count / (team * std::max<std::ptrdiff_t>(chunksPerThread, 1)));
+    std::ptrdiff_t const chunk = std::max<std::ptrdiff_t>(1, count / (team * kChunksPerThread));
     std::atomic<std::ptrdiff_t> next{0};
     LoopFailures failures(team);
 #pragma omp parallel num_threads(team)
-    {
-        int const thread = omp_get_thread_num();
-        scope(thread, [&] { takeChunks(next, chunk, count, body, thread, failures); });
-    }
+    { takeChunks(next, chunk, count, body, omp_get_thread_num(), failures); }
     failures.rethrowFirst();
-}
-
-// Calls body(begin, end, thread) on chunks of consecutive indices that together cover 0 ... count - 1
-// once, on a team of at most `threads`: each thread takes the next chunk not yet taken, so a thread that
-// gets less of a core does less of the work. For loops whose body cannot fail part-way (an exception
-// leaves the rest of its chunk undone; the one of the lowest chunk is rethrown afterwards). `thread` lies
-// in 0 ... threads - 1.
-template <class Body>
-void forEachBlock(int threads, std::ptrdiff_t count, Body&& body) {
-    forEachBlockInScope(threads, count, kChunksPerThread, body, [](int, auto const& work) { work(); });
 }
 
 // Calls body(index, thread) for every index of the blocks that runBlocks(block) hands to block(begin, end,

@@ -18,7 +18,6 @@
 namespace {
 
 using Kestrel::common::forEachBlock;
-using Kestrel::common::forEachBlockInScope;
 using Kestrel::common::forEachIndex;
 using Kestrel::common::forEachTaskReportingInOrder;
 
@@ -50,50 +49,6 @@ TEST(ParallelFor, EveryIndexIsVisitedOnceOnEveryNumberOfThreads) {
                     << threads << " " << count << " " << i;
             }
             EXPECT_LT(highestThread.load(), threads);
-        }
-    }
-}
-
-TEST(ParallelFor, ScopeWrapsTheWholeShareOfEveryThreadOnce) {
-    for (int const threads : {1, 2, 3}) {
-        ThreadCount const team(threads);
-        for (std::ptrdiff_t const count : {1, 2, 1000}) {
-            int const teamSize = static_cast<int>(std::min<std::ptrdiff_t>(threads, count));
-            std::vector<int> scopes(static_cast<std::size_t>(threads), 0);
-            std::vector<int> chunksInScope(static_cast<std::size_t>(threads), 0);
-            std::vector<int> chunksOutsideScope(static_cast<std::size_t>(threads), 0);
-            std::vector<char> inScope(static_cast<std::size_t>(threads), 0);
-            std::vector<std::atomic<int>> visits(static_cast<std::size_t>(count));
-            forEachBlockInScope(
-                threads, count, 16,
-                [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
-                    auto const slot = static_cast<std::size_t>(thread);
-                    ++(inScope[slot] != 0 ? chunksInScope[slot] : chunksOutsideScope[slot]);
-                    for (std::ptrdiff_t index = begin; index < end; ++index) {
-                        ++visits[static_cast<std::size_t>(index)];
-                    }
-                },
-                [&](int thread, auto const& work) {
-                    auto const slot = static_cast<std::size_t>(thread);
-                    ++scopes[slot];
-                    inScope[slot] = 1;
-                    work();
-                    inScope[slot] = 0;
-                });
-            int chunks = 0;
-            for (int thread = 0; thread < threads; ++thread) {
-                auto const slot = static_cast<std::size_t>(thread);
-                EXPECT_EQ(scopes[slot], thread < teamSize ? 1 : 0) << threads << " " << count;
-                EXPECT_EQ(chunksOutsideScope[slot], 0);
-                chunks += chunksInScope[slot];
-            }
-            for (std::atomic<int> const& visit : visits) {
-                EXPECT_EQ(visit.load(), 1);
-            }
-            // Chunks of count / (16 per thread of the team) indices, at least one; one for a team of one.
-            std::ptrdiff_t const chunk = std::max<std::ptrdiff_t>(1, count / (teamSize * 16));
-            std::ptrdiff_t const expectedChunks = teamSize == 1 ? 1 : (count + chunk - 1) / chunk;
-            EXPECT_EQ(chunks, expectedChunks) << threads << " threads, " << count << " indices";
         }
     }
 }
