@@ -9,7 +9,7 @@
 namespace Kestrel::assignment {
 
 // True when the finite elements of the row-major matrix hold a matching of min(rows, columns) pairs (no two
-// in one row or one column). Requires the shape that checkMatrix returned for the matrix.
+// in one row or one column). Requires the shape that surveyMatrix found for the matrix.
 // Guarantees: O(E sqrt(V)) time over the E finite elements (Hopcroft-Karp), O(E) memory.
 bool hasCompleteMatching(std::vector<std::vector<double>> const& rowMajor, MatrixShape shape);
 

@@ -484,10 +484,6 @@ bool moreColumnsWithRepeatedZero(Cell const* reduced, int nOfRows, int nOfColumn
 
 }  // namespace
 
-double exactRange(std::vector<std::vector<double>> const& rowMajor) {
-    return surveyMatrix(rowMajor).exactRange;
-}
-
 bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn) {

@@ -16,17 +16,13 @@ namespace Kestrel::assignment {
 
 struct NarrowCell;
 
-// The exact bound of a valid row-major matrix: surveyMatrix(rowMajor).exactRange (MatrixCheck.h).
-double exactRange(std::vector<std::vector<double>> const& rowMajor);
-
 // Continues the steps after the first reduction and star pass: `reduced` is the column-major working
 // matrix at that point, rowMajor the caller's matrix, lineMinimum the minima the first reduction subtracted
 // (one per row when rows <= columns, else one per column), starColumn[row] the column of each row's star
-// (-1 for none). Requires a range from exactRange for rowMajor and a matrix that admits min(rows, columns)
-// pairs on finite elements.
-// Returns true with starColumn holding the final star of each row (the steps' assignment), or false, with
-// starColumn in an unspecified state, when the adjustments would leave the exact range (the ordinary steps
-// must then run).
+// (-1 for none). Requires range = surveyMatrix(rowMajor).exactRange and a matrix that admits min(rows,
+// columns) pairs on finite elements. Returns true with starColumn holding the final star of each row (the
+// steps' assignment), or false, with starColumn in an unspecified state, when the adjustments would leave the
+// exact range (the ordinary steps must then run).
 bool continueStepsExactly(double const* reduced, std::vector<std::vector<double>> const& rowMajor,
                           double const* lineMinimum, int nOfRows, int nOfColumns, double range,
                           int* starColumn);

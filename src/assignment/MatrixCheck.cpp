@@ -170,8 +170,4 @@ void surveyColumns(std::vector<std::vector<double>> const& matrix, MatrixSurvey*
     }
 }
 
-MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix) {
-    return surveyMatrix(matrix).shape;
-}
-
 }  // namespace Kestrel::assignment

@@ -68,7 +68,4 @@ MatrixSurvey surveyMatrix(std::vector<std::vector<double>> const& matrix);
 // contiguous pass, no copy).
 void surveyColumns(std::vector<std::vector<double>> const& matrix, MatrixSurvey* survey);
 
-// The shape part of surveyMatrix, with the same checks and errors.
-MatrixShape checkMatrix(std::vector<std::vector<double>> const& matrix);
-
 }  // namespace Kestrel::assignment

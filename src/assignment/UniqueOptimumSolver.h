@@ -18,9 +18,9 @@ enum class UniqueOptimumOutcome {
 };
 
 // rowMajor is the caller's matrix, distMatrixIn its column-major copy (row + nRows * col indexing), which
-// is read only for a matrix taller than wide and may be null otherwise; range is exactRange(rowMajor)
-// (ExactMunkresSteps.h), which the caller needs for its own choice of route too.
-// On `Proved`, assignment[row] holds the column of each row (-1 for rows left out of a tall matrix),
+// is read only for a matrix taller than wide and may be null otherwise; range is
+// surveyMatrix(rowMajor).exactRange (ExactMunkresSteps.h), which the caller needs for its own choice of route
+// too. On `Proved`, assignment[row] holds the column of each row (-1 for rows left out of a tall matrix),
 // which is the assignment the Munkres steps produce for this matrix. Otherwise `assignment` is untouched.
 UniqueOptimumOutcome findUniqueOptimum(std::vector<std::vector<double>> const& rowMajor,
                                        double const* distMatrixIn, MatrixShape shape, double range,

@@ -34,7 +34,7 @@ std::vector<double> columnMajor(Matrix const& matrix) {
 }
 
 double rangeOf(Matrix const& matrix) {
-    return Kestrel::assignment::exactRange(matrix);
+    return Kestrel::assignment::surveyMatrix(matrix).exactRange;
 }
 
 // The incremental steps' assignment after the first reduction and star pass, or an empty vector when the
@@ -43,7 +43,7 @@ std::vector<int> exactAssignment(Matrix const& matrix) {
     std::vector<double> values = columnMajor(matrix);
     int const nRows = static_cast<int>(matrix.size());
     int const nCols = static_cast<int>(matrix.front().size());
-    double const range = Kestrel::assignment::exactRange(matrix);
+    double const range = Kestrel::assignment::surveyMatrix(matrix).exactRange;
     if (range == 0.0) {
         return {};
     }

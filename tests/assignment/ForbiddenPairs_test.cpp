@@ -157,7 +157,7 @@ TEST(ForbiddenPairs, SmallRandomMatricesMatchEnumerationAndTheReferenceSteps) {
             randomMatrixWithForbiddenPairs(engine, nRows, nCols, 0.1 + 0.1 * (trial % 6), trial % 2);
         bruteforce::Enumeration const enumeration = bruteforce::enumerate(matrix);
         bool const expectFeasible = !enumeration.costs.empty() && std::isfinite(enumeration.costs.front());
-        Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
+        Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::surveyMatrix(matrix).shape;
         ASSERT_EQ(Kestrel::assignment::hasCompleteMatching(matrix, shape), expectFeasible)
             << "trial " << trial;
         std::vector<int> assignment;
@@ -184,7 +184,7 @@ TEST(ForbiddenPairs, LargerMatricesWithHalfTheirPairsForbiddenMatchTheReferenceS
         int const nCols = 10 + static_cast<int>(engine() % 30);
         Matrix matrix = randomMatrixWithForbiddenPairs(engine, nRows, nCols, 0.5, trial % 2);
         std::vector<int> assignment;
-        Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
+        Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::surveyMatrix(matrix).shape;
         if (!Kestrel::assignment::hasCompleteMatching(matrix, shape)) {
             continue;
         }

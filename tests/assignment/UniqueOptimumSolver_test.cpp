@@ -22,14 +22,15 @@ using Kestrel::assignment::UniqueOptimumOutcome;
 using Matrix = std::vector<std::vector<double>>;
 
 UniqueOptimumOutcome outcomeFor(Matrix const& matrix, std::vector<int>& assignment) {
-    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::checkMatrix(matrix);
+    Kestrel::assignment::MatrixShape const shape = Kestrel::assignment::surveyMatrix(matrix).shape;
     std::vector<double> columnMajor(matrix.size() * matrix.front().size());
     for (std::size_t row = 0; row < matrix.size(); ++row)
         for (std::size_t col = 0; col < matrix.front().size(); ++col)
             columnMajor[row + matrix.size() * col] = matrix[row][col];
     assignment.assign(matrix.size(), -2);
     return Kestrel::assignment::findUniqueOptimum(matrix, columnMajor.data(), shape,
-                                                  Kestrel::assignment::exactRange(matrix), assignment.data());
+                                                  Kestrel::assignment::surveyMatrix(matrix).exactRange,
+                                                  assignment.data());
 }
 
 bool sameBits(double a, double b) {
