@@ -13,9 +13,12 @@
 // (the count is fixed per case from a first timing, the same for one and two threads), as a host calling
 // the library again and again does: a busy machine hands out cores in slices of a few milliseconds, and a
 // single call of 10 ms would measure mostly where in a slice it started. The table gives seconds per call.
+// Each cell takes at least --repeats samples per thread count, and more while they fit in --cell-seconds
+// (always an odd number): a busy machine's pace drifts from second to second, and the medians of short
+// cases settle only over many alternating samples.
 //
-//   thread_scaling [--repeats R] [--sample-seconds S] [--loads idle,spin,openmp] [--cases
-//   groups24,groups36,groups48,masters,domain,latin]
+//   thread_scaling [--repeats R] [--cell-seconds C] [--sample-seconds S] [--loads idle,spin,openmp]
+//   [--cases groups24,groups36,groups48,masters,domain,latin]
 //
 // Each case checks once that one and two threads give the same result, so a fast wrong answer stops the run.
 #include <Kestrel/InformationTheory.h>
@@ -265,22 +268,34 @@ std::vector<std::string> split(std::string const& text) {
     return parts;
 }
 
-int measure(int repeats, double sampleSeconds, std::vector<std::string> const& loads,
+// Samples per thread count for a cell whose samples take about `sampleSeconds` each.
+int samplesPerCell(int leastRepeats, double cellSeconds, double sampleSeconds) {
+    int const fitting = static_cast<int>(cellSeconds / (2.0 * std::max(sampleSeconds, 1e-6)));
+    int const repeats = std::max(leastRepeats, std::min(fitting, 1001));
+    return repeats % 2 == 1 ? repeats : repeats + 1;
+}
+
+int measure(int leastRepeats, double cellSeconds, double sampleSeconds, std::vector<std::string> const& loads,
             std::vector<Case> const& cases) {
     double average[3] = {0.0, 0.0, 0.0};
     getloadavg(average, 3);
     std::printf("OpenMP threads available: %d; load average before: %.2f %.2f %.2f\n", omp_get_max_threads(),
                 average[0], average[1], average[2]);
-    std::printf("median of %d alternating samples per cell, a sample about %.2f s or one call\n\n", repeats,
-                sampleSeconds);
     std::printf(
-        "| case | beside | calls per sample | 1 thread [s] | 2 threads [s] | t1 / t2 |\n"
-        "|---|---|---|---|---|---|\n");
+        "medians of alternating samples (at least %d per thread count, more while a cell takes under %.0f "
+        "s), "
+        "a sample about %.2f s or one call\n\n",
+        leastRepeats, cellSeconds, sampleSeconds);
+    std::printf(
+        "| case | beside | calls per sample | samples | 1 thread [s] | 2 threads [s] | t1 / t2 |\n"
+        "|---|---|---|---|---|---|---|\n");
     for (Case const& work : cases) {
         Kestrel::setMaxNumberOfThreads(1);
         Clock::time_point const first = Clock::now();
         std::string const expected = work.run();
-        int const calls = static_cast<int>(std::max(1.0, std::ceil(sampleSeconds / secondsSince(first))));
+        double const callSeconds = secondsSince(first);
+        int const calls = static_cast<int>(std::max(1.0, std::ceil(sampleSeconds / callSeconds)));
+        int const repeats = samplesPerCell(leastRepeats, cellSeconds, calls * callSeconds);
         Kestrel::setMaxNumberOfThreads(2);
         if (work.run() != expected) {
             std::fprintf(stderr, "%s: one and two threads disagree\n", work.name.c_str());
@@ -304,8 +319,8 @@ int measure(int repeats, double sampleSeconds, std::vector<std::string> const& l
             }
             double const t1 = median(one);
             double const t2 = median(two);
-            std::printf("| %s | %s | %d | %.4f | %.4f | %.2f |\n", work.name.c_str(), load.c_str(), calls, t1,
-                        t2, t1 / t2);
+            std::printf("| %s | %s | %d | %d | %.4f | %.4f | %.2f |\n", work.name.c_str(), load.c_str(),
+                        calls, repeats, t1, t2, t1 / t2);
             std::fflush(stdout);
         }
     }
@@ -322,6 +337,7 @@ int main(int argc, char** argv) {
             return std::strcmp(argv[2], "spin") == 0 ? spinSibling(seconds) : openMpSibling(seconds);
         }
         int repeats = 9;
+        double cellSeconds = 12.0;
         double sampleSeconds = 0.25;
         std::vector<std::string> loads{"idle", "spin", "openmp"};
         std::vector<std::string> caseNames{"groups24", "groups36", "groups48", "masters", "domain", "latin"};
@@ -329,6 +345,8 @@ int main(int argc, char** argv) {
             std::string const option = argv[i];
             if (option == "--repeats") {
                 repeats = std::max(1, std::atoi(argv[i + 1]));
+            } else if (option == "--cell-seconds") {
+                cellSeconds = std::max(0.0, std::atof(argv[i + 1]));
             } else if (option == "--sample-seconds") {
                 sampleSeconds = std::max(0.0, std::atof(argv[i + 1]));
             } else if (option == "--loads") {
@@ -346,7 +364,7 @@ int main(int argc, char** argv) {
                 return 2;
             }
         }
-        return measure(repeats, sampleSeconds, loads, allCases(caseNames));
+        return measure(repeats, cellSeconds, sampleSeconds, loads, allCases(caseNames));
     } catch (std::exception const& error) {
         std::fprintf(stderr, "thread_scaling: %s\n", error.what());
         return 1;

@@ -39,6 +39,11 @@ std::shared_ptr<optimization::UniformPrefix const> sharedPrefix() {
     return prefix;
 }
 
+// The vector one thread hands the objective, on cache lines of its own: it is rewritten for every selection.
+struct alignas(64) ThreadSelection {
+    std::vector<int> nodes;
+};
+
 // Only 0 against any other value is tested. The stored value is read as its underlying integer so that a
 // value outside the enumerators (which a caller can store) is read without undefined behaviour.
 bool isStaticPopulation(CombinatorialCrossEntropyOptimization::PopulationDynamics const& dynamics) {
@@ -121,7 +126,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     std::vector<double> thresholdHistory;
     std::vector<double> bestScoreHistory;
     std::vector<std::vector<int>> bestSelectionHistory;
-    std::vector<std::vector<int>> selections;
+    optimization::SelectionBlock selections;
     std::vector<double> scores;
     optimization::EliteTransitionCounts eliteCounts;
     double lastMinimum = noResult;
@@ -130,7 +135,11 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
     auto const draws = std::make_shared<optimization::UniformStream>(sharedPrefix());
     // Drawing and scoring a population take about the same time every iteration: the team is chosen by
     // measuring them (the calling thread alone when a team does not pay on this machine right now).
-    common::AdaptiveTeam team(common::threadsForLoop());
+    int const mostThreads = common::threadsForLoop();
+    common::AdaptiveTeam team(mostThreads);
+    // The objective takes a selection as a vector: each thread copies the selection it scores into a vector
+    // of its own, kept from one selection to the next.
+    std::vector<ThreadSelection> threadSelections(static_cast<std::size_t>(mostThreads));
 
     for (int iteration = 1;;) {
         optimization::HamiltonianPathMCGenerator generator(state.probabilities, draws);
@@ -145,15 +154,19 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
         std::size_t const count = static_cast<std::size_t>(population.size);
 
         // Every selection is scored even after a failure; the exception of the lowest failing index is
-        // rethrown once every selection was scored.
+        // rethrown once every selection was scored. Unordered selections are sorted in place first: the
+        // elite's transitions are counted along the sorted order.
         scores.assign(count, 0.0);
         bool const sortSelections = !state.ordered;
         common::LoopFailures failures(team.threads());
         auto const score = [&](std::size_t index, int thread) {
             try {
-                std::vector<int>& selection = selections[index];
+                std::vector<int>& selection = threadSelections[static_cast<std::size_t>(thread)].nodes;
+                int* const nodes = selections[index];
+                selection.assign(nodes, nodes + selections.length());
                 if (sortSelections) {
                     std::sort(selection.begin(), selection.end());
+                    std::copy(selection.begin(), selection.end(), nodes);
                 }
                 scores[index] = objective(selection);
             } catch (...) {
@@ -192,7 +205,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
             eliteCounts.reset(rows);
             for (std::size_t i = 0; i < count; ++i) {
                 if (scores[i] <= threshold) {
-                    eliteCounts.addSelection(selections[i]);
+                    eliteCounts.addSelection(selections[i], selections.length());
                 }
             }
             eliteCounts.updateMatrix(state.probabilities, parameters.smoothing);
@@ -207,7 +220,7 @@ double CombinatorialCrossEntropyOptimization::optimize(Parameters const& paramet
             optimization::stalled(thresholdHistory, parameters.stallIterations) || !matrixUndecided;
 
         std::size_t const best = optimization::firstSmallest(scores);
-        bestSelectionHistory.push_back(selections[best]);
+        bestSelectionHistory.push_back(selections.selection(best));
         bestScoreHistory.push_back(scores[best]);
         lastMinimum = scores[best];
         if (parameters.checkBestStall) {

@@ -133,8 +133,13 @@ void EliteTransitionCounts::reset(int rows) {
 }
 
 void EliteTransitionCounts::addSelection(std::vector<int> const& selection) {
+    addSelection(selection.data(), selection.size());
+}
+
+void EliteTransitionCounts::addSelection(int const* nodes, std::size_t length) {
     std::size_t from = 0;
-    for (int const item : selection) {
+    for (int const* node = nodes; node != nodes + length; ++node) {
+        int const item = *node;
         std::size_t const to = static_cast<std::size_t>(item);
         if (item >= 0 && from < rows_ && to < rows_) {
             ++counts_[from * rows_ + to];

@@ -3,6 +3,7 @@
 // and the update of the matrix towards the elite transition frequencies.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -46,6 +47,9 @@ class EliteTransitionCounts {
 
     // Adds the transitions of one selection, starting from node 0.
     void addSelection(std::vector<int> const& selection);
+
+    // The same for the selection nodes[0 ... length - 1].
+    void addSelection(int const* nodes, std::size_t length);
 
     // new = (1 - smoothing) * old + smoothing * f for entries 0 ... rows - 2 of every row i, where
     // f = count(i, j) / total_i for a counted transition i -> j (j = entry + 1) and f = 0 otherwise;

@@ -27,12 +27,13 @@ typedef std::uint64_t LanePairBits __attribute__((vector_size(16)));
 // Scratch of one worker, lanes interleaved per position: entry [position * kPairs + lane / 2], element
 // lane % 2. An availability mask is all ones for an available position and zero for a taken one, so that
 // `weight & mask` is the weight or +0.0 without a branch (the pattern of taken positions is random and
-// would defeat branch prediction).
-struct WalkScratch {
+// would defeat branch prediction). Each worker's scratch has cache lines of its own: it is written every
+// batch.
+struct alignas(64) WalkScratch {
     std::vector<LanePairBits> available;
     bool allAvailable = false;  // every flag of `available` is set: a batch may start without refilling
     std::vector<LanePair> runningSums;
-    std::vector<std::vector<int>> idleSelections;  // written by the unused lanes of a last, partial batch
+    std::vector<int> idleSelections;  // written by the unused lanes of a last, partial batch, back to back
 };
 
 std::uint64_t const kAvailable = ~std::uint64_t{0};
@@ -64,16 +65,16 @@ class HamiltonianPathMCGenerator::Private {
   public:
     Private(std::vector<std::vector<double>> const& matrix, std::shared_ptr<UniformStream> stream);
 
-    void generate(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
+    void generate(int numberOfPaths, SelectionBlock& paths, int pathLength,
                   std::vector<std::vector<int>> const* exclusionLists, WhenDrawn const* whenDrawn);
 
     common::AdaptiveTeam* team = nullptr;  // where large populations are drawn; null: the library's threads
 
   private:
-    // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into *selections[k].
-    void drawBatch(double const* const* laneDraws, std::size_t pathLength,
-                   std::vector<int>* const* selections, WalkScratch& scratch,
-                   std::vector<std::vector<int>> const* exclusionLists) const;
+    // Draws one selection per lane, lane k from laneDraws[k][0 ... pathLength - 1] into
+    // selections[k][0 ... pathLength - 1].
+    void drawBatch(double const* const* laneDraws, std::size_t pathLength, int* const* selections,
+                   WalkScratch& scratch, std::vector<std::vector<int>> const* exclusionLists) const;
 
     // Row r of the weight table: 0.0, then matrix row r, then +0.0 up to the common width. Row `rows_` is
     // the row of every node beyond the matrix and holds only the weight 0 of going back to node 0. Adding
@@ -111,13 +112,12 @@ HamiltonianPathMCGenerator::Private::Private(std::vector<std::vector<double>> co
     }
 }
 
-void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vector<std::vector<int>>& paths,
-                                                   int pathLength,
+void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, SelectionBlock& paths, int pathLength,
                                                    std::vector<std::vector<int>> const* exclusionLists,
                                                    WhenDrawn const* whenDrawn) {
     std::size_t const count = numberOfPaths > 0 ? static_cast<std::size_t>(numberOfPaths) : 0;
     std::size_t const length = pathLength > 0 ? static_cast<std::size_t>(pathLength) : 0;
-    paths.resize(count);
+    paths.reshape(count, length);
     // Selection i consumes draws i * length ... (i + 1) * length - 1 of this call: draw them all in order
     // first.
     double const* const draws = stream_->draws(drawsUsed_, count * length);
@@ -129,17 +129,17 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
     auto const drawOneBatch = [&](std::ptrdiff_t batch, int thread) {
         WalkScratch& workerScratch = scratch[static_cast<std::size_t>(thread)];
         double const* laneDraws[kLanes];
-        std::vector<int>* selections[kLanes];
+        int* selections[kLanes];
         std::size_t const first = static_cast<std::size_t>(batch) * kLanes;
         for (std::size_t lane = 0; lane < kLanes; ++lane) {
             std::size_t const i = first + lane;
             if (i < count) {
                 laneDraws[lane] = draws + i * length;
-                selections[lane] = &paths[i];
+                selections[lane] = paths[i];
             } else {
-                workerScratch.idleSelections.resize(kLanes);
+                workerScratch.idleSelections.resize(kLanes * length);
                 laneDraws[lane] = draws + first * length;
-                selections[lane] = &workerScratch.idleSelections[lane];
+                selections[lane] = workerScratch.idleSelections.data() + lane * length;
             }
         }
         drawBatch(laneDraws, length, selections, workerScratch, exclusionLists);
@@ -155,8 +155,8 @@ void HamiltonianPathMCGenerator::Private::generate(int numberOfPaths, std::vecto
 }
 
 void HamiltonianPathMCGenerator::Private::drawBatch(
-    double const* const* laneDraws, std::size_t pathLength, std::vector<int>* const* selections,
-    WalkScratch& scratch, std::vector<std::vector<int>> const* exclusionLists) const {
+    double const* const* laneDraws, std::size_t pathLength, int* const* selections, WalkScratch& scratch,
+    std::vector<std::vector<int>> const* exclusionLists) const {
     if (!scratch.allAvailable) {
         scratch.available.assign(kPairs * flagCount_, LanePairBits{kAvailable, kAvailable});
     }
@@ -164,16 +164,12 @@ void HamiltonianPathMCGenerator::Private::drawBatch(
     scratch.runningSums.resize(kPairs * width_);
     LanePairBits* const available = scratch.available.data();
     LanePair* const runningSums = scratch.runningSums.data();
-    for (std::size_t lane = 0; lane < kLanes; ++lane) {
-        selections[lane]->clear();
-        selections[lane]->reserve(pathLength);
-    }
 
     for (std::size_t step = 0; step < pathLength; ++step) {
         double const* row[kLanes];
         std::size_t rowLength[kLanes];
         for (std::size_t lane = 0; lane < kLanes; ++lane) {
-            std::size_t const last = step == 0 ? 0 : static_cast<std::size_t>(selections[lane]->back());
+            std::size_t const last = step == 0 ? 0 : static_cast<std::size_t>(selections[lane][step - 1]);
             std::size_t const r = last < rows_ ? last : rows_;
             row[lane] = weights_.data() + r * width_;
             rowLength[lane] = rowLengths_[r];
@@ -208,7 +204,7 @@ void HamiltonianPathMCGenerator::Private::drawBatch(
                     ++chosen;
                 }
             }
-            selections[lane]->push_back(static_cast<int>(chosen));
+            selections[lane][step] = static_cast<int>(chosen);
             available[chosen * kPairs + pair][element] = 0;
             if (exclusionLists != nullptr && chosen < exclusionLists->size()) {
                 for (int const excluded : (*exclusionLists)[chosen]) {
@@ -224,8 +220,9 @@ void HamiltonianPathMCGenerator::Private::drawBatch(
     // set for the next batch, a few writes instead of refilling the whole table.
     if (exclusionLists == nullptr) {
         for (std::size_t lane = 0; lane < kLanes; ++lane) {
-            for (int const taken : *selections[lane]) {
-                available[static_cast<std::size_t>(taken) * kPairs + lane / 2][lane % 2] = kAvailable;
+            for (std::size_t step = 0; step < pathLength; ++step) {
+                std::size_t const taken = static_cast<std::size_t>(selections[lane][step]);
+                available[taken * kPairs + lane / 2][lane % 2] = kAvailable;
             }
         }
         scratch.allAvailable = true;
@@ -244,19 +241,44 @@ void HamiltonianPathMCGenerator::setTeam(common::AdaptiveTeam* team) {
     d_->team = team;
 }
 
+namespace {
+
+// The selections of a block as vectors of their own.
+void copyOut(SelectionBlock const& block, std::vector<std::vector<int>>& paths) {
+    paths.resize(block.size());
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        paths[i].assign(block[i], block[i] + block.length());
+    }
+}
+
+}  // namespace
+
+void SelectionBlock::reshape(std::size_t count, std::size_t length) {
+    nodes_.resize(count * length);
+    count_ = count;
+    length_ = length;
+}
+
+std::vector<int> SelectionBlock::selection(std::size_t i) const {
+    return std::vector<int>((*this)[i], (*this)[i] + length_);
+}
+
 void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
                                                int pathLength) {
-    d_->generate(numberOfPaths, paths, pathLength, nullptr, nullptr);
+    SelectionBlock block;
+    d_->generate(numberOfPaths, block, pathLength, nullptr, nullptr);
+    copyOut(block, paths);
 }
 
 void HamiltonianPathMCGenerator::generatePathsWithExclusions(
     int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
     std::vector<std::vector<int>> const& exclusionLists) {
-    d_->generate(numberOfPaths, paths, pathLength, &exclusionLists, nullptr);
+    SelectionBlock block;
+    d_->generate(numberOfPaths, block, pathLength, &exclusionLists, nullptr);
+    copyOut(block, paths);
 }
 
-void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths,
-                                               int pathLength,
+void HamiltonianPathMCGenerator::generatePaths(int numberOfPaths, SelectionBlock& paths, int pathLength,
                                                std::vector<std::vector<int>> const* exclusionLists,
                                                WhenDrawn const& whenDrawn) {
     d_->generate(numberOfPaths, paths, pathLength, exclusionLists, whenDrawn ? &whenDrawn : nullptr);

@@ -33,6 +33,28 @@
 
 namespace Kestrel::optimization {
 
+// The selections of one population stored back to back, selection i at nodes i * length ... (i + 1) *
+// length - 1: one block for a whole population, kept from one population to the next, instead of a
+// vector allocated per selection.
+class SelectionBlock {
+  public:
+    // Room for `count` selections of `length` nodes (the storage is kept when it is large enough).
+    void reshape(std::size_t count, std::size_t length);
+
+    std::size_t size() const { return count_; }
+    std::size_t length() const { return length_; }
+    int* operator[](std::size_t i) { return nodes_.data() + i * length_; }
+    int const* operator[](std::size_t i) const { return nodes_.data() + i * length_; }
+
+    // Selection i as a vector of its own.
+    std::vector<int> selection(std::size_t i) const;
+
+  private:
+    std::vector<int> nodes_;
+    std::size_t count_ = 0;
+    std::size_t length_ = 0;
+};
+
 class HamiltonianPathMCGenerator {
   public:
     // Row i of `weights` becomes 0.0 followed by matrix row i; the engine is seeded with `seed`.
@@ -56,10 +78,10 @@ class HamiltonianPathMCGenerator {
     // consecutive indices; a selection may be changed in place (e.g. sorted) once handed over.
     using WhenDrawn = std::function<void(std::size_t first, std::size_t last, int thread)>;
 
-    // generatePathsWithExclusions(), or generatePaths() for a null `exclusionLists`, handing every
-    // selection to `whenDrawn` unless it is empty; the loop then runs on the team whatever the population's
-    // size, since the work of `whenDrawn` is not known here.
-    void generatePaths(int numberOfPaths, std::vector<std::vector<int>>& paths, int pathLength,
+    // generatePathsWithExclusions(), or generatePaths() for a null `exclusionLists`, into a block, handing
+    // every selection to `whenDrawn` unless it is empty; the loop then runs on the team whatever the
+    // population's size, since the work of `whenDrawn` is not known here.
+    void generatePaths(int numberOfPaths, SelectionBlock& paths, int pathLength,
                        std::vector<std::vector<int>> const* exclusionLists, WhenDrawn const& whenDrawn);
 
     // Large populations of the following calls are drawn on `team` (which must outlive them) as part of

@@ -57,15 +57,18 @@ TEST_P(ThreadCount, GeneratorMatchesReference) {
                 std::vector<std::vector<int>> handedOver(static_cast<std::size_t>(paths));
                 std::vector<int> handovers(static_cast<std::size_t>(paths), 0);
                 std::atomic<bool> threadOutsideTeam{false};
-                generator.generatePaths(paths, actual, pathLength, grouped ? &lists : nullptr,
+                Kestrel::optimization::SelectionBlock block;
+                generator.generatePaths(paths, block, pathLength, grouped ? &lists : nullptr,
                                         [&](std::size_t first, std::size_t last, int thread) {
                                             threadOutsideTeam = threadOutsideTeam || thread < 0 ||
                                                                 thread >= omp_get_max_threads();
                                             for (std::size_t i = first; i < last; ++i) {
-                                                handedOver[i] = actual[i];
+                                                handedOver[i] = block.selection(i);
                                                 ++handovers[i];
                                             }
                                         });
+                ASSERT_EQ(block.size(), static_cast<std::size_t>(paths)) << "trial " << trial;
+                actual = handedOver;
                 EXPECT_EQ(expected, handedOver) << "trial " << trial;
                 EXPECT_EQ(std::vector<int>(static_cast<std::size_t>(paths), 1), handovers)
                     << "trial " << trial;

@@ -148,6 +148,58 @@ TEST(QuantileReference, ResultDoesNotDependOnLoadOrder) {
     }
 }
 
+// NaN-free data of the kinds a population's scores take: clustered around a value, with many ties, spread
+// over many binary orders of magnitude, consecutive doubles, signed zeros and infinities, subnormals.
+std::vector<double> numbersOfKind(std::mt19937_64& engine, std::size_t size, int kind) {
+    std::vector<double> values(size);
+    double const infinity = std::numeric_limits<double>::infinity();
+    std::normal_distribution<double> normal(0.0, 1.0);
+    double const centre =
+        std::ldexp(1.0 + static_cast<double>(engine() % 1000) / 1000.0, static_cast<int>(engine() % 40) - 20);
+    std::size_t const distinct = 1 + engine() % 50;
+    std::uint64_t const ulpSpread = 1 + engine() % 3000;
+    for (double& value : values) {
+        switch (kind) {
+            case 0:  // clustered
+                value = centre * (1.0 + 1e-3 * normal(engine));
+                break;
+            case 1:  // few distinct values, so ties straddle every position
+                value = centre + static_cast<double>(engine() % distinct);
+                break;
+            case 2:  // many orders of magnitude, both signs
+                value = std::ldexp(normal(engine), static_cast<int>(engine() % 400) - 200);
+                break;
+            case 3:  // neighbouring doubles
+                value = fromBits(bitsOf(centre) + engine() % ulpSpread);
+                break;
+            case 4: {  // signed zeros, infinities, subnormals and ordinary numbers
+                std::uint64_t const pick = engine() % 6;
+                value = pick == 0   ? 0.0
+                        : pick == 1 ? -0.0
+                        : pick == 2 ? (engine() % 2 == 0 ? infinity : -infinity)
+                        : pick == 3 ? fromBits(engine() % 5000) * (engine() % 2 == 0 ? 1.0 : -1.0)
+                                    : normal(engine);
+                break;
+            }
+            default:  // a long run of equal scores below a spread tail, as late in a converging search
+                value = engine() % 4 != 0 ? centre : centre + std::abs(normal(engine));
+                break;
+        }
+    }
+    return values;
+}
+
+TEST(QuantileReference, CountingSelectionOfNumbersMatchesFullSortBitForBit) {
+    std::mt19937_64 engine(4242);
+    for (int trial = 0; trial < 3000; ++trial) {
+        int const kind = trial % 6;
+        std::size_t const size = 2 + engine() % (trial % 3 == 0 ? 200 : trial % 3 == 1 ? 3000 : 20000);
+        std::vector<double> const values = numbersOfKind(engine, size, kind);
+        expectSameQuantile(values, 0.05, trial);
+        expectSameQuantile(values, randomLevel(engine, size), trial);
+    }
+}
+
 TEST(QuantileReference, NegativeZeroComesBeforePositiveZero) {
     // The largest value is returned as it is: +0.0 whenever a +0.0 is loaded, whatever the load order.
     EXPECT_FALSE(std::signbit(quantile({0.0, -0.0}, 1.0)));

@@ -1,10 +1,13 @@
 #include <Kestrel/Tessel/StatisticalCalculator.h>
 
+#include "NumberSelection.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -107,8 +110,8 @@ double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     }
     // Only the order statistics lo and lo + 1 are needed: selecting them takes O(N) where sorting took
     // O(N log N). Their values are those of the fully sorted data, bit for bit (see NumberBefore and
-    // NanBefore), so the result does not depend on how they are found.
-    OrderStatistics order(values_);
+    // NanBefore), so the result does not depend on how they are found: by counting (NumberSelection.h)
+    // unless a NaN is among the values, by comparison otherwise.
     // Levels outside 0 … 1 take the nearest end. Clamping the level before scaling keeps infinite levels
     // well defined for a single value, where 0 · ∞ would give no position at all.
     double const last = static_cast<double>(values_.size() - 1);
@@ -116,10 +119,13 @@ double StatisticalCalculator::getQuantile(double level, int /*method*/) const {
     double const floorOfH = std::floor(h);
     auto const lo = static_cast<std::size_t>(floorOfH);
     if (lo + 1 < values_.size()) {
-        std::pair<double, double> const around = order.neighbours(lo);
-        return around.first + (h - floorOfH) * (around.second - around.first);
+        std::optional<std::pair<double, double>> around = neighbouringNumbers(values_, lo);
+        if (!around) {
+            around = OrderStatistics(values_).neighbours(lo);
+        }
+        return around->first + (h - floorOfH) * (around->second - around->first);
     }
-    return order.at(lo);
+    return OrderStatistics(values_).at(lo);
 }
 
 double StatisticalCalculator::getVariance(int degreesOfFreedomCorrection) const {

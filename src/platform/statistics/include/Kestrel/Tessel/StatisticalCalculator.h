@@ -9,7 +9,8 @@
 //   double const threshold = calculator.getQuantile(0.05, 0);   // 5 % quantile
 //   double const variance = calculator.getVariance(0);          // population variance
 //
-// Cost: loading is O(N); a quantile selects two order statistics of a copy, O(N); variance O(N).
+// Cost: loading is O(N); a quantile selects two order statistics of a copy, O(N), by counting (a few
+// passes without data-dependent branches) unless NaN are loaded; variance O(N).
 // The calculator is not safe to use from several threads at once; separate objects are independent.
 #pragma once
 
