@@ -54,6 +54,78 @@ TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
     }
 }
 
+TEST(AdaptiveTeam, LoopsOfAnySizeVisitEveryIndexOnce) {
+    for (int const most : {2, 3}) {
+        ThreadCount const threads(most);
+        AdaptiveTeam team(most);
+        for (std::ptrdiff_t const count : {1, 2, 3, 5, 64, 97, 191, 1000, 4099}) {
+            std::vector<std::atomic<int>> visits(static_cast<std::size_t>(count));
+            team.forEachBlock(count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+                EXPECT_LT(thread, most);
+                EXPECT_LT(begin, end);
+                for (std::ptrdiff_t index = begin; index < end; ++index) {
+                    ++visits[static_cast<std::size_t>(index)];
+                }
+            });
+            team.endRound();
+            for (std::ptrdiff_t index = 0; index < count; ++index) {
+                EXPECT_EQ(visits[static_cast<std::size_t>(index)].load(), 1)
+                    << most << " threads, " << count << " indices, index " << index;
+            }
+        }
+    }
+}
+
+TEST(AdaptiveTeam, TheCallerAloneWorksEverySegmentWhenNoHelperComes) {
+    using Kestrel::common::helperThreadCount;
+    using Kestrel::common::shareWithHelpers;
+    waitUntilTeamsAreTriedFirst();
+    auto const waitUntil = [](auto const& condition) {
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+        while (!condition() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return condition();
+    };
+    // Start a helper, then hold every helper inside another caller's loop.
+    auto warmUp = [](int) { return true; };
+    shareWithHelpers(1, warmUp);
+    std::atomic<int> held{0};
+    std::atomic<bool> release{false};
+    auto hold = [&](int thread) {
+        if (thread == 0) {
+            waitUntil([&] { return held.load() == helperThreadCount(); });
+            return true;
+        }
+        ++held;
+        waitUntil([&] { return release.load(); });
+        return true;
+    };
+    std::thread holder([&] { shareWithHelpers(64, hold); });
+    if (!waitUntil([&] { return held.load() == helperThreadCount(); })) {
+        release = true;
+        holder.join();
+        GTEST_SKIP() << "not every helper came within two seconds";
+    }
+    ThreadCount const threads(2);
+    AdaptiveTeam team(2);
+    ASSERT_EQ(team.threads(), 2);
+    std::vector<std::atomic<int>> visits(1000);
+    std::atomic<bool> onlyTheCaller{true};
+    team.forEachIndex(1000, [&](std::ptrdiff_t index, int thread) {
+        onlyTheCaller = onlyTheCaller && thread == 0;
+        ++visits[static_cast<std::size_t>(index)];
+    });
+    bool const stillHeld = !release.load();
+    release = true;
+    holder.join();
+    EXPECT_TRUE(stillHeld);
+    EXPECT_TRUE(onlyTheCaller.load());
+    for (std::atomic<int> const& count : visits) {
+        EXPECT_EQ(count.load(), 1);
+    }
+}
+
 TEST(AdaptiveTeam, OneThreadAtMostNeverFormsATeam) {
     AdaptiveTeam team(1);
     for (int round = 0; round < 12; ++round) {
