@@ -2,6 +2,7 @@
 // calling thread alone after a team round that did not pay, a new team trial after ten rounds, and new
 // sequences alone for a while after two unpaid rounds in a row.
 #include "AdaptiveTeam.h"
+#include "common/HeldHelpers.h"
 #include "common/ThreadCount.h"
 
 #include <gtest/gtest.h>
@@ -77,34 +78,9 @@ TEST(AdaptiveTeam, LoopsOfAnySizeVisitEveryIndexOnce) {
 }
 
 TEST(AdaptiveTeam, TheCallerAloneWorksEverySegmentWhenNoHelperComes) {
-    using Kestrel::common::helperThreadCount;
-    using Kestrel::common::shareWithHelpers;
     waitUntilTeamsAreTriedFirst();
-    auto const waitUntil = [](auto const& condition) {
-        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-        while (!condition() && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return condition();
-    };
-    // Start a helper, then hold every helper inside another caller's loop.
-    auto warmUp = [](int) { return true; };
-    shareWithHelpers(1, warmUp);
-    std::atomic<int> held{0};
-    std::atomic<bool> release{false};
-    auto hold = [&](int thread) {
-        if (thread == 0) {
-            waitUntil([&] { return held.load() == helperThreadCount(); });
-            return true;
-        }
-        ++held;
-        waitUntil([&] { return release.load(); });
-        return true;
-    };
-    std::thread holder([&] { shareWithHelpers(64, hold); });
-    if (!waitUntil([&] { return held.load() == helperThreadCount(); })) {
-        release = true;
-        holder.join();
+    Kestrel::test::HeldHelpers const helpers;
+    if (!helpers.allHeld()) {
         GTEST_SKIP() << "not every helper came within two seconds";
     }
     ThreadCount const threads(2);
@@ -116,10 +92,7 @@ TEST(AdaptiveTeam, TheCallerAloneWorksEverySegmentWhenNoHelperComes) {
         onlyTheCaller = onlyTheCaller && thread == 0;
         ++visits[static_cast<std::size_t>(index)];
     });
-    bool const stillHeld = !release.load();
-    release = true;
-    holder.join();
-    EXPECT_TRUE(stillHeld);
+    EXPECT_TRUE(helpers.stillHeld());
     EXPECT_TRUE(onlyTheCaller.load());
     for (std::atomic<int> const& count : visits) {
         EXPECT_EQ(count.load(), 1);
