@@ -63,7 +63,8 @@ double threadCpuSeconds() {
 AdaptiveTeam::AdaptiveTeam(int mostThreads)
     : most_(std::max(mostThreads, 1)),
       current_(most_ > 1 && teamRecentlyUnpaid() ? 1 : most_),
-      blockCpuSeconds_(static_cast<std::size_t>(most_), 0.0) {}
+      blockCpuSeconds_(static_cast<std::size_t>(most_), 0.0),
+      segments_(std::make_unique<Segment[]>(static_cast<std::size_t>(most_))) {}
 
 void AdaptiveTeam::endRound() {
     if (most_ == 1 || !roundOpen_) {

@@ -2,6 +2,7 @@
 // calling thread alone after a team round that did not pay, a new team trial after ten rounds, and new
 // sequences alone for a while after two unpaid rounds in a row.
 #include "AdaptiveTeam.h"
+#include "common/HeldHelpers.h"
 #include "common/ThreadCount.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,50 @@ TEST(AdaptiveTeam, EveryRoundVisitsEveryIndexOnceAndReportsTheLowestFailure) {
                 EXPECT_EQ(count.load(), 1);
             }
         }
+    }
+}
+
+TEST(AdaptiveTeam, LoopsOfAnySizeVisitEveryIndexOnce) {
+    for (int const most : {2, 3}) {
+        ThreadCount const threads(most);
+        AdaptiveTeam team(most);
+        for (std::ptrdiff_t const count : {1, 2, 3, 5, 64, 97, 191, 1000, 4099}) {
+            std::vector<std::atomic<int>> visits(static_cast<std::size_t>(count));
+            team.forEachBlock(count, [&](std::ptrdiff_t begin, std::ptrdiff_t end, int thread) {
+                EXPECT_LT(thread, most);
+                EXPECT_LT(begin, end);
+                for (std::ptrdiff_t index = begin; index < end; ++index) {
+                    ++visits[static_cast<std::size_t>(index)];
+                }
+            });
+            team.endRound();
+            for (std::ptrdiff_t index = 0; index < count; ++index) {
+                EXPECT_EQ(visits[static_cast<std::size_t>(index)].load(), 1)
+                    << most << " threads, " << count << " indices, index " << index;
+            }
+        }
+    }
+}
+
+TEST(AdaptiveTeam, TheCallerAloneWorksEverySegmentWhenNoHelperComes) {
+    waitUntilTeamsAreTriedFirst();
+    Kestrel::test::HeldHelpers const helpers;
+    if (!helpers.allHeld()) {
+        GTEST_SKIP() << "not every helper came within two seconds";
+    }
+    ThreadCount const threads(2);
+    AdaptiveTeam team(2);
+    ASSERT_EQ(team.threads(), 2);
+    std::vector<std::atomic<int>> visits(1000);
+    std::atomic<bool> onlyTheCaller{true};
+    team.forEachIndex(1000, [&](std::ptrdiff_t index, int thread) {
+        onlyTheCaller = onlyTheCaller && thread == 0;
+        ++visits[static_cast<std::size_t>(index)];
+    });
+    EXPECT_TRUE(helpers.stillHeld());
+    EXPECT_TRUE(onlyTheCaller.load());
+    for (std::atomic<int> const& count : visits) {
+        EXPECT_EQ(count.load(), 1);
     }
 }
 

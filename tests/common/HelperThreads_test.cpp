@@ -2,6 +2,7 @@
 // come, loops reached from a share run alone, and a process created by fork() still completes its loops.
 #include "HelperThreads.h"
 #include "ThreadLimit.h"
+#include "common/HeldHelpers.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -22,36 +23,12 @@ using Kestrel::common::insideTeamLoop;
 using Kestrel::common::shareWithHelpers;
 using Kestrel::common::threadsForLoop;
 
-// Waits until `condition()` holds or two seconds have passed; returns whether it holds.
-template <class Condition>
-bool waitUntil(Condition const& condition) {
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (!condition() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return condition();
-}
+using Kestrel::test::waitUntil;
 
 TEST(HelperThreads, ALoopCompletesOnTheCallerWhileEveryHelperIsHeldElsewhere) {
-    // Start a helper, then hold every helper inside another caller's loop.
-    auto warmUp = [](int) { return true; };
-    shareWithHelpers(1, warmUp);
+    Kestrel::test::HeldHelpers const helpers;
     ASSERT_GE(helperThreadCount(), 1);
-    std::atomic<int> held{0};
-    std::atomic<bool> release{false};
-    auto hold = [&](int thread) {
-        if (thread == 0) {
-            waitUntil([&] { return held.load() == helperThreadCount(); });
-            return true;
-        }
-        ++held;
-        waitUntil([&] { return release.load(); });
-        return true;
-    };
-    std::thread holder([&] { shareWithHelpers(64, hold); });
-    if (!waitUntil([&] { return held.load() == helperThreadCount(); })) {
-        release = true;
-        holder.join();
+    if (!helpers.allHeld()) {
         GTEST_SKIP() << "not every helper came within two seconds";
     }
     std::mutex mutex;
@@ -64,10 +41,7 @@ TEST(HelperThreads, ALoopCompletesOnTheCallerWhileEveryHelperIsHeldElsewhere) {
     auto const start = std::chrono::steady_clock::now();
     shareWithHelpers(1, work);
     double const seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    bool const stillHeld = !release.load();
-    release = true;
-    holder.join();
-    EXPECT_TRUE(stillHeld);
+    EXPECT_TRUE(helpers.stillHeld());
     EXPECT_EQ(threads, std::set<int>{0});
     EXPECT_LT(seconds, 1.0);
 }
