@@ -68,8 +68,7 @@ TEST_P(ThreadCount, GeneratorMatchesReference) {
                                             }
                                         });
                 ASSERT_EQ(block.size(), static_cast<std::size_t>(paths)) << "trial " << trial;
-                actual = handedOver;
-                EXPECT_EQ(expected, handedOver) << "trial " << trial;
+                actual = handedOver;  // compared with the reference below, as the other rounds' populations
                 EXPECT_EQ(std::vector<int>(static_cast<std::size_t>(paths), 1), handovers)
                     << "trial " << trial;
                 EXPECT_FALSE(threadOutsideTeam.load());
